@@ -1,0 +1,60 @@
+#pragma once
+
+#include <atomic>
+#include <thread>
+#include <unordered_map>
+
+#include "Foundation/RunLoop.h"
+
+namespace dresk {
+
+/// A run loop on poll(), for the tap thread and for programs without windows. `run` binds it to the
+/// calling thread until it returns.
+class PollRunLoop final : public RunLoop {
+  public:
+    PollRunLoop();
+    ~PollRunLoop() override;
+
+    void callAfter(double seconds, CallName name, Call call) override;
+    void cancel(CallName name) override { queue_.cancel(name); }
+    void cancelAll(const void* target) override { queue_.cancelAll(target); }
+    bool isCurrent() const override;
+    double now() const override;
+
+    /// Calls `handler` on the loop's thread whenever `descriptor` is readable or has failed.
+    /// `beforeWaiting`, if given, runs each time the loop is about to wait: a library that reads
+    /// ahead returns true there when it still has something, and `handler` is then called at once.
+    /// Loop's thread, or before `run`.
+    void addDescriptor(int descriptor, std::function<void()> handler,
+                       std::function<bool()> beforeWaiting = {});
+    /// Loop's thread, or while the loop is not running. Allowed inside a handler.
+    void removeDescriptor(int descriptor);
+
+    /// Serves calls and descriptors until `stop`. One thread at a time.
+    void run();
+    /// Serves what is due and waits at most `seconds` for something to become due. For tests and
+    /// for programs that end after one job.
+    void runOnce(double seconds);
+    /// Makes `run` return behind the call being served. Any thread; also before `run`.
+    void stop();
+
+  private:
+    struct Source {
+        std::function<void()> handler;
+        std::function<bool()> beforeWaiting;
+    };
+
+    void serveDueCalls();
+    bool serveReadAhead();
+    void waitForDescriptors(double maxSeconds);
+    void wake();
+
+    CallQueue queue_;
+    std::atomic<std::uint64_t> order_{0};
+    std::unordered_map<int, Source> sources_;
+    int wakeDescriptor_;
+    std::atomic<bool> stopped_{false};
+    std::atomic<std::thread::id> thread_{};
+};
+
+} // namespace dresk

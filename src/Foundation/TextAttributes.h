@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <map>
+
+#include "Foundation/AttributedString.h"
+
+namespace dresk {
+
+/// A colour in the calibrated RGB space, components 0 to 1.
+struct TextColor {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    double alpha = 1;
+    friend bool operator==(const TextColor&, const TextColor&) = default;
+};
+
+struct TextFont {
+    /// PostScript or family name as the archive has it.
+    String name;
+    /// Points.
+    double size = 12;
+    bool bold = false;
+    bool italic = false;
+    friend bool operator==(const TextFont&, const TextFont&) = default;
+};
+
+enum class TextAlignment { Left = 0, Right = 1, Center = 2, Justified = 3, Natural = 4 };
+
+/// A file inside the text, at U+FFFC.
+struct TextAttachment {
+    String preferredFilename;
+    std::string contents;
+    friend bool operator==(const TextAttachment&, const TextAttachment&) = default;
+};
+
+/// What a run of text can carry. Absent members stand for the reader's default.
+struct TextAttributes {
+    std::optional<TextFont> font;
+    std::optional<TextColor> foregroundColor;
+    std::optional<TextColor> backgroundColor;
+    std::optional<TextAlignment> alignment;
+    /// 0 none, 1 single; other values as the archive has them.
+    std::int64_t underlineStyle = 0;
+    std::optional<String> link;
+    std::optional<String> toolTip;
+    std::shared_ptr<const TextAttachment> attachment;
+};
+
+bool operator==(const TextAttributes& a, const TextAttributes& b);
+
+} // namespace dresk

@@ -1,0 +1,129 @@
+#include "language/SnippetExpandedContent.h"
+
+#include <algorithm>
+
+#include "language/SnippetVariable.h"
+
+namespace dresk {
+
+namespace {
+
+constexpr std::uint16_t ReturnKey = 36;
+constexpr std::uint16_t TabKey = 48;
+constexpr std::uint16_t EnterKey = 76;
+constexpr std::uint16_t FirstArrowKey = 123;
+constexpr std::uint16_t LastArrowKey = 126;
+
+template <class Variable>
+const Variable* as(const std::shared_ptr<SnippetVariable>& variable) {
+    return dynamic_cast<const Variable*>(variable.get());
+}
+
+bool isCaret(const std::shared_ptr<SnippetVariable>& variable) {
+    return as<SnippetContentCaret>(variable) != nullptr;
+}
+
+bool isReturnOrTab(std::uint16_t keyCode) {
+    return keyCode == ReturnKey || keyCode == TabKey;
+}
+
+} // namespace
+
+std::vector<std::shared_ptr<SnippetKeyVariable>> SnippetExpandedContent::keys() const {
+    std::vector<std::shared_ptr<SnippetKeyVariable>> result;
+    for (const auto& variable : variables_)
+        if (auto key = std::dynamic_pointer_cast<SnippetKeyVariable>(variable))
+            result.push_back(std::move(key));
+    return result;
+}
+
+std::vector<std::shared_ptr<SnippetKeyVariable>> SnippetExpandedContent::arrows() const {
+    return keys();
+}
+
+bool SnippetExpandedContent::hasCaret() const {
+    return std::any_of(variables_.begin(), variables_.end(), isCaret);
+}
+
+bool SnippetExpandedContent::hasCaretLocationOrKeys() const {
+    return std::any_of(variables_.begin(), variables_.end(), [](const auto& variable) {
+        return isCaret(variable) || as<SnippetKeyVariable>(variable) != nullptr;
+    });
+}
+
+bool SnippetExpandedContent::hasCaretLocationOrArrowKeys() const {
+    return std::any_of(variables_.begin(), variables_.end(), [](const auto& variable) {
+        const auto* key = as<SnippetKeyVariable>(variable);
+        return isCaret(variable) || (key != nullptr && key->keyCode() >= FirstArrowKey &&
+                                     key->keyCode() <= LastArrowKey);
+    });
+}
+
+bool SnippetExpandedContent::hasDelayedKey() const {
+    return std::any_of(variables_.begin(), variables_.end(), [](const auto& variable) {
+        const auto* key = as<SnippetKeyVariable>(variable);
+        return key != nullptr && key->delay() > 0;
+    });
+}
+
+const String& SnippetExpandedContent::string() const {
+    if (const auto* rich = std::get_if<AttributedString>(&content_))
+        return rich->string();
+    return std::get<String>(content_);
+}
+
+String SnippetExpandedContent::copyString() const {
+    const String& text = string();
+    String result;
+    std::uint64_t position = 0;
+    for (const auto& key : keys()) {
+        const std::uint64_t location = std::min<std::uint64_t>(key->location(), text.size());
+        if (location > position)
+            result.append(text, position, location - position);
+        if (isReturnOrTab(key->keyCode()))
+            result.push_back(u' ');
+        position = location;
+    }
+    return result.append(text, position);
+}
+
+std::uint64_t SnippetExpandedContent::caretDistanceFromEnding() const {
+    std::uint64_t count = 0;
+    for (auto variable = variables_.rbegin(); variable != variables_.rend(); ++variable) {
+        if (isCaret(*variable))
+            return length() + count - std::min((*variable)->location(), length());
+        const auto* key = as<SnippetKeyVariable>(*variable);
+        if (key != nullptr && (isReturnOrTab(key->keyCode()) || key->keyCode() == EnterKey))
+            count += key->count();
+    }
+    return 0;
+}
+
+std::uint64_t SnippetExpandedContent::caretDistanceFromEndingIgnoreKeys() const {
+    const auto caret = std::find_if(variables_.rbegin(), variables_.rend(), isCaret);
+    return caret == variables_.rend() ? 0 : length() - std::min((*caret)->location(), length());
+}
+
+std::int64_t SnippetExpandedContent::caretLocation() const {
+    std::int64_t location = -1;
+    std::int64_t count = 0;
+    for (const auto& variable : variables_) {
+        const auto* key = as<SnippetKeyVariable>(variable);
+        if (key != nullptr && isReturnOrTab(key->keyCode()))
+            ++count;
+        if (isCaret(variable))
+            location = static_cast<std::int64_t>(variable->location());
+    }
+    return location + count;
+}
+
+void SnippetExpandedContent::applySuffix() {
+    if (!hasSuffix())
+        return;
+    if (auto* rich = std::get_if<AttributedString>(&content_))
+        rich->appendAttributedString(AttributedString(*suffix_));
+    else
+        std::get<String>(content_).append(*suffix_);
+}
+
+} // namespace dresk
