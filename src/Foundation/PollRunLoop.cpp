@@ -11,6 +11,11 @@
 
 namespace dresk {
 
+double steadySeconds() {
+    const auto time = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(time).count();
+}
+
 PollRunLoop::PollRunLoop() : wakeDescriptor_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
     if (wakeDescriptor_ < 0)
         throw std::system_error(errno, std::generic_category(), "eventfd");
@@ -30,10 +35,7 @@ bool PollRunLoop::isCurrent() const {
     return thread_.load() == std::this_thread::get_id();
 }
 
-double PollRunLoop::now() const {
-    const auto time = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration<double>(time).count();
-}
+double PollRunLoop::now() const { return steadySeconds(); }
 
 void PollRunLoop::addDescriptor(int descriptor, std::function<void()> handler,
                                 std::function<bool()> beforeWaiting) {

@@ -8,6 +8,10 @@
 
 namespace dresk {
 
+/// Seconds on a clock that never goes back and that every thread shares; only differences mean
+/// anything. PollRunLoop::now is this clock.
+double steadySeconds();
+
 /// Names a call so that it can be cancelled: whom it touches, and which operation it runs. The
 /// operation must be a string literal.
 struct CallName {

@@ -13,6 +13,9 @@ namespace dresk {
 
 /// Event numbers as the logic compares them.
 enum class EventType : std::int32_t {
+    /// What was typed may no longer continue at the same place, although the process in front is
+    /// the same: another window has the focus, or keys went elsewhere. Nothing else is filled.
+    ContextLost = -3,
     TapDisabledByTimeout = -2,
     TapDisabledByUserInput = -1,
     LeftMouseDown = 1,
@@ -22,7 +25,7 @@ enum class EventType : std::int32_t {
     FlagsChanged = 12,
 };
 
-/// Bit of an event type in the mask of a tap; the two tap-disabled types always arrive.
+/// Bit of an event type in the mask of a tap; types below 0 always arrive.
 inline constexpr std::uint32_t eventMask(EventType type) {
     return std::uint32_t{1} << static_cast<std::uint32_t>(type);
 }

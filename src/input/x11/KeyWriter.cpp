@@ -1,0 +1,340 @@
+#include "input/x11/KeyWriter.h"
+
+#include "Foundation/Log.h"
+#include "input/x11/XkbHeader.h"
+
+namespace dresk {
+
+namespace {
+
+constexpr int Attempts = 5;
+constexpr std::uint16_t ReturnKeyCode = 36;
+constexpr std::uint16_t TabKeyCode = 48;
+
+} // namespace
+
+// The key that waits is kept by letting the grab go on, so that what the user typed behind it comes
+// here, and its own release as well; that release ends the grab.
+void KeyWriter::begin(const GrabbedPress* pending) {
+    writing_ = true;
+    modifiers_ = 0;
+    blocked_.reset();
+    restored_.reset();
+    const KeyboardState state = pending != nullptr ? pending->state : port_.currentState();
+    userLocks_ = state.lockedModifiers;
+    userCapsLock_ = capsLock_ = (state.lockedModifiers & XCB_MOD_MASK_LOCK) != 0;
+    userGroup_ = group_ = state.group();
+
+    if (pending != nullptr)
+        port_.keepAndThaw();
+    KeySet down = port_.keysDown();
+    if (pending != nullptr) {
+        port_.fake(false, pending->code);
+        down.reset(pending->code);
+    }
+    drainUserKeys();
+    for (std::size_t code = 8; code < down.size(); ++code)
+        if (down.test(code))
+            port_.fake(false, static_cast<xcb_keycode_t>(code));
+    setState(0, false, group_);
+    while (drainUserKeys()) {
+    }
+}
+
+void KeyWriter::end() {
+    setState(0, userCapsLock_, userGroup_);
+    restoreHeldModifiers();
+    while (drainUserKeys()) {
+    }
+    connection_.flush();
+    writing_ = false;
+}
+
+void KeyWriter::restoreHeldModifiers() {
+    for (unsigned code = 8; code < 256; ++code) {
+        const auto key = static_cast<xcb_keycode_t>(code);
+        const std::uint8_t modifiers = keymap_->modifiersOfKey(key);
+        if (port_.userKeys().test(code) && modifiers != 0 &&
+            (modifiers & keymap_->lockModifiers()) == 0) {
+            press(key, false);
+            modifiers_ = static_cast<std::uint8_t>(modifiers_ | modifiers);
+            restored_.set(code);
+        }
+    }
+}
+
+void KeyWriter::noteUserRelease(xcb_keycode_t code) {
+    if (!restored_.test(code))
+        return;
+    restored_.reset(code);
+    port_.fake(false, code);
+}
+
+void KeyWriter::write(const DesktopEvent& event, double now) {
+    if (event.type != EventType::KeyDown && event.type != EventType::KeyUp)
+        return;
+    const bool down = event.type == EventType::KeyDown;
+    if (!event.unicodeString.empty()) {
+        if (down)
+            writeText(event.unicodeString, now);
+        return;
+    }
+    pendingSurrogate_ = 0;
+    const xcb_keycode_t code = keymap_->codeForKeyCode(event.keyCode);
+    if (code == 0) {
+        if (down)
+            logLine("The keyboard has no key with code " + std::to_string(event.keyCode));
+        return;
+    }
+    if (!down) {
+        port_.fake(false, code);
+        return;
+    }
+    setState(modifiersForFlags(event.flags), false, group_);
+    press(code, false);
+}
+
+// Half a surrogate pair at the end of a block waits for the next one; a lone one is left out.
+void KeyWriter::writeText(StringView text, double now) {
+    String joined;
+    if (pendingSurrogate_ != 0) {
+        joined.push_back(pendingSurrogate_);
+        joined.append(text);
+        text = joined;
+        pendingSurrogate_ = 0;
+    }
+    for (std::size_t i = 0; i < text.size();) {
+        const CodePoint point = codePointAt(text, i);
+        i += point.length;
+        if (point.length == 1 && isHighSurrogate(static_cast<char16_t>(point.value)) &&
+            i == text.size())
+            pendingSurrogate_ = static_cast<char16_t>(point.value);
+        else
+            writeCharacter(point.value, now);
+    }
+}
+
+void KeyWriter::writeCharacter(char32_t character, double now) {
+    const bool afterReturn = std::exchange(carriageReturn_, character == U'\r');
+    if (character == U'\n' && afterReturn)
+        return;
+    if (character == U'\n' || character == U'\r' || character == U'\t') {
+        setState(0, false, group_);
+        press(keymap_->codeForKeyCode(character == U'\t' ? TabKeyCode : ReturnKeyCode), true);
+        return;
+    }
+    std::optional<KeyStroke> stroke = keymap_->strokeForCharacter(character, group_);
+    if (!stroke.has_value()) {
+        stroke = spareKeys_.strokeForCharacter(character, now);
+        if (!stroke.has_value())
+            return;
+        stroke->group = group_;
+    }
+    setState(stroke->modifiers, false, stroke->group);
+    press(stroke->code, true);
+}
+
+void KeyWriter::writeStroke(xcb_keycode_t code, const KeyboardState& state) {
+    carriageReturn_ = false;
+    pendingSurrogate_ = 0;
+    setState(static_cast<std::uint8_t>(state.baseModifiers | state.latchedModifiers),
+             (state.lockedModifiers & XCB_MOD_MASK_LOCK) != 0, state.group());
+    press(code, true);
+}
+
+std::uint8_t KeyWriter::modifiersForFlags(std::uint64_t flags) const {
+    std::uint8_t modifiers = 0;
+    if ((flags & EventFlag::Shift) != 0)
+        modifiers |= XCB_MOD_MASK_SHIFT;
+    // The command key of this desktop is Control.
+    if ((flags & (EventFlag::Control | EventFlag::Command)) != 0)
+        modifiers |= XCB_MOD_MASK_CONTROL;
+    if ((flags & EventFlag::Option) != 0)
+        modifiers = static_cast<std::uint8_t>(modifiers | keymap_->optionModifier());
+    return modifiers;
+}
+
+void KeyWriter::setState(std::uint8_t modifiers, bool capsLock, std::uint8_t group) {
+    if (capsLock != capsLock_ || group != group_) {
+        setModifiers(0);
+        capsLock_ = capsLock;
+        group_ = group;
+        port_.lock(capsLock, group);
+    }
+    setModifiers(modifiers);
+}
+
+void KeyWriter::setModifiers(std::uint8_t modifiers) {
+    for (unsigned bit = 1; bit < 256; bit <<= 1) {
+        const auto modifier = static_cast<std::uint8_t>(bit);
+        const xcb_keycode_t code = keymap_->keyForModifier(modifier);
+        if (code == 0 || (modifiers & bit) == (modifiers_ & bit) ||
+            (keymap_->lockModifiers() & bit) != 0)
+            continue;
+        if ((modifiers & bit) != 0) {
+            press(code, false);
+            modifiers_ = static_cast<std::uint8_t>(modifiers_ | bit);
+        } else {
+            port_.fake(false, code);
+            modifiers_ = static_cast<std::uint8_t>(modifiers_ & ~bit);
+        }
+    }
+}
+
+// With the grab in place a press is made until it has come back in the right state. A press is lost
+// when the user holds that key; then it is let go and made again.
+bool KeyWriter::press(xcb_keycode_t code, bool release) {
+    if (code == 0)
+        return false;
+    for (int attempt = 0; attempt < Attempts; ++attempt) {
+        port_.fake(true, code);
+        if (release)
+            port_.fake(false, code);
+        if (!grab_.isHeld()) {
+            port_.roundTrip();
+            drainUserKeys();
+            return true;
+        }
+        switch (awaitPress(code)) {
+        case Arrival::Delivered:
+        case Arrival::Elsewhere:
+            return true;
+        case Arrival::WrongState:
+            if (!release)
+                port_.fake(false, code);
+            port_.lock(capsLock_, group_);
+            break;
+        case Arrival::Lost:
+            port_.fake(false, code);
+            blocked_.reset(code);
+            break;
+        }
+    }
+    logLine("A key could not be typed: the keyboard is in use");
+    return false;
+}
+
+KeyWriter::Arrival KeyWriter::awaitPress(xcb_keycode_t code) {
+    for (;;) {
+        port_.roundTrip();
+        onProgress_();
+        bool userPressed = false;
+        std::optional<Arrival> arrival;
+        while (XEvent event = port_.nextFreshEvent()) {
+            xcb_keycode_t released = 0;
+            if (const auto raw = port_.rawKey(*event)) {
+                noteRaw(*raw);
+            } else if (const auto grabbed = port_.grabbedPress(*event)) {
+                if (grabbed->fromTest && grabbed->code == code && !arrival.has_value()) {
+                    arrival = handleOwnPress(*grabbed);
+                } else {
+                    stashUserPress(*grabbed);
+                    userPressed = true;
+                }
+            } else if (grab_.concernsFocus(*event)) {
+                focusMoved_ = grab_.refresh() || focusMoved_;
+                if (!arrival.has_value())
+                    arrival = Arrival::Elsewhere;
+            } else if (!port_.isGrabbedRelease(*event, released) && !isStateNotice(*event)) {
+                port_.putAside(std::move(event));
+            }
+        }
+        if (userPressed)
+            port_.keepAndEndGrab();
+        if (arrival.has_value())
+            return *arrival;
+        if (userPressed)
+            continue;
+        // Not held by the user, so another grab, such as that of a menu, has it.
+        return blocked_.test(code) ? Arrival::Lost : Arrival::Elsewhere;
+    }
+}
+
+std::optional<KeyWriter::Arrival> KeyWriter::handleOwnPress(const GrabbedPress& press) {
+    std::uint8_t expected = modifiers_;
+    if (capsLock_)
+        expected |= XCB_MOD_MASK_LOCK;
+    // Num Lock and the like say nothing about what a letter types.
+    const auto compared = static_cast<std::uint8_t>(~keymap_->lockModifiers() | XCB_MOD_MASK_LOCK);
+    if (((press.state.effectiveModifiers() ^ expected) & compared) != 0 ||
+        press.state.group() != group_) {
+        port_.keepAndThaw(); // the release behind it ends the grab
+        return Arrival::WrongState;
+    }
+    port_.replay();
+    return Arrival::Delivered;
+}
+
+void KeyWriter::stashUserPress(const GrabbedPress& press) {
+    blocked_.set(press.code);
+    const std::uint8_t modifiers = keymap_->modifiersOfKey(press.code);
+    if (modifiers == 0) {
+        stash_.push_back({press.code, true, userState()});
+    } else if ((modifiers & XCB_MOD_MASK_LOCK) != 0) {
+        userCapsLock_ = !userCapsLock_;
+        port_.lock(capsLock_, group_);
+    } else {
+        port_.fake(false, press.code); // or it would change what is typed
+    }
+}
+
+void KeyWriter::noteRaw(const RawKey& key) {
+    if (key.own || key.press)
+        return;
+    blocked_.reset(key.code);
+    noteUserRelease(key.code);
+    if (keymap_->modifiersOfKey(key.code) == 0)
+        stash_.push_back({key.code, false, userState()});
+}
+
+// The state changes while writing are the writer's own.
+bool KeyWriter::isStateNotice(const xcb_generic_event_t& event) const {
+    return (event.response_type & 0x7F) == connection_.xkbFirstEvent() &&
+           event.pad0 == XCB_XKB_STATE_NOTIFY;
+}
+
+bool KeyWriter::drainUserKeys() {
+    port_.roundTrip();
+    onProgress_();
+    bool pressed = false;
+    while (XEvent event = port_.nextFreshEvent()) {
+        xcb_keycode_t released = 0;
+        if (const auto raw = port_.rawKey(*event)) {
+            noteRaw(*raw);
+        } else if (const auto grabbed = port_.grabbedPress(*event)) {
+            stashUserPress(*grabbed);
+            pressed = true;
+        } else if (grab_.concernsFocus(*event)) {
+            focusMoved_ = grab_.refresh() || focusMoved_;
+        } else if (!port_.isGrabbedRelease(*event, released) && !isStateNotice(*event)) {
+            port_.putAside(std::move(event));
+        }
+    }
+    if (pressed)
+        port_.keepAndEndGrab();
+    return pressed;
+}
+
+bool KeyWriter::takeStashed(StashedKey& key) {
+    if (stash_.empty())
+        return false;
+    key = stash_.front();
+    stash_.pop_front();
+    return true;
+}
+
+KeyboardState KeyWriter::userState() const {
+    KeyboardState state;
+    for (std::size_t code = 8; code < 256; ++code)
+        if (port_.userKeys().test(code))
+            state.baseModifiers = static_cast<std::uint8_t>(
+                state.baseModifiers | keymap_->modifiersOfKey(static_cast<xcb_keycode_t>(code)));
+    state.baseModifiers &= static_cast<std::uint8_t>(~XCB_MOD_MASK_LOCK);
+    state.lockedModifiers = static_cast<std::uint8_t>(userLocks_ & ~XCB_MOD_MASK_LOCK);
+    if (userCapsLock_)
+        state.lockedModifiers |= XCB_MOD_MASK_LOCK;
+    state.lockedGroup = userGroup_;
+    return state;
+}
+
+} // namespace dresk

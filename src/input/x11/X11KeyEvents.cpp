@@ -1,0 +1,301 @@
+#include "Foundation/Log.h"
+#include "input/x11/X11EventTaps.h"
+#include "input/x11/XkbHeader.h"
+
+// How events travel from the server to the taps, and what is posted from there to the writer.
+namespace dresk {
+
+namespace {
+
+constexpr std::uint16_t DeleteKeyCode = 51;
+constexpr double UnbindSpareKeysAfter = 2.0;
+/// Seconds within which a key seen on the keyboard must have reached the grab.
+constexpr double ExpectedKeyWithin = 0.05;
+
+// What a key of the pad does without Num Lock is what the navigation key does.
+std::uint16_t navigationKeyCode(xkb_keysym_t keysym) {
+    switch (keysym) {
+    case XKB_KEY_KP_Home:
+        return 115;
+    case XKB_KEY_KP_Up:
+        return 126;
+    case XKB_KEY_KP_Page_Up:
+        return 116;
+    case XKB_KEY_KP_Left:
+        return 123;
+    case XKB_KEY_KP_Right:
+        return 124;
+    case XKB_KEY_KP_End:
+        return 119;
+    case XKB_KEY_KP_Down:
+        return 125;
+    case XKB_KEY_KP_Page_Down:
+        return 121;
+    case XKB_KEY_KP_Insert:
+        return 114;
+    case XKB_KEY_KP_Delete:
+        return 117;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+void X11EventTaps::readEvents() {
+    while (XEvent event = port_.nextEvent())
+        dispatch(*event);
+    if (!connection_.isAlive()) {
+        logLine("The X server has gone");
+        setLoop(nullptr);
+        return;
+    }
+    if (expectedCode_ != 0)
+        loop_->cancelAndCallAfter(ExpectedKeyWithin, {this, "checkExpectedKey"},
+                                  [this] { checkExpectedKey(); });
+    connection_.flush();
+}
+
+void X11EventTaps::dispatch(const xcb_generic_event_t& event) {
+    xcb_keycode_t code = 0;
+    if (const auto raw = port_.rawKey(event)) {
+        handleRaw(*raw);
+    } else if (const auto press = port_.grabbedPress(event)) {
+        handlePress(*press);
+    } else if (port_.isGrabbedRelease(event, code)) {
+        handleRelease(code);
+    } else if (grab_.concernsFocus(event)) {
+        if (grab_.refresh())
+            handleFocus();
+    } else if ((event.response_type & 0x7F) == connection_.xkbFirstEvent()) {
+        handleStateNotice(event);
+    } else if ((event.response_type & 0x7F) == XCB_GE_GENERIC) {
+        const auto& button = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
+        if (button.extension == connection_.inputOpcode() &&
+            button.event_type == XCB_INPUT_RAW_BUTTON_PRESS)
+            handleButton(button.detail);
+    }
+}
+
+void X11EventTaps::handlePress(const GrabbedPress& press) {
+    expectedCode_ = 0;
+    missingSince_ = 0;
+    if (keymapIsStale_)
+        reloadKeymap();
+    if (keymap_ == nullptr || keymap_->modifiersOfKey(press.code) != 0) {
+        port_.replay();
+        connection_.flush();
+        return;
+    }
+    watchdog_.arm();
+    const bool swallow = deliverPress(press.code, press.state);
+    if (watchdog_.disarm()) {
+        // The key has reached the application meanwhile. What was posted follows behind it, and
+        // counts on a swallowed key not to be there.
+        if (swallow && !posted_.empty()) {
+            DesktopEvent erase;
+            erase.keyCode = DeleteKeyCode;
+            posted_.insert(posted_.begin(), {erase, erase});
+            posted_[1].type = EventType::KeyUp;
+        }
+        reportStall();
+        return;
+    }
+    if (!posted_.empty()) {
+        write(&press, !swallow);
+        return;
+    }
+    keptCode_ = swallow ? press.code : xcb_keycode_t{0};
+    releaseIsKept_ = false;
+    if (swallow)
+        port_.keepAndHoldNext();
+    else
+        port_.replay();
+    connection_.flush();
+}
+
+// Comes only while a kept key is down: the release of that key stays here, any other goes on.
+void X11EventTaps::handleRelease(xcb_keycode_t code) {
+    if (code == keptCode_ && releaseIsKept_)
+        port_.keepAndThaw();
+    else
+        port_.replay();
+    keptCode_ = 0;
+    connection_.flush();
+}
+
+void X11EventTaps::handleRaw(const RawKey& key) {
+    if (key.own || keymap_ == nullptr)
+        return;
+    if (!key.press)
+        writer_.noteUserRelease(key.code);
+    if (keymap_->modifiersOfKey(key.code) != 0)
+        return;
+    if (key.press) {
+        if (expectedCode_ != 0)
+            noteMissedKey();
+        if (grab_.isHeld())
+            expectedCode_ = key.code;
+        return;
+    }
+    KeyboardState state;
+    state.lockedGroup = group_;
+    DesktopEvent event = keyEvent(EventType::KeyUp, key.code, state);
+    event.flags = lastFlags_;
+    const bool kept = deliver(event);
+    if (key.code == keptCode_)
+        releaseIsKept_ = kept;
+}
+
+void X11EventTaps::checkExpectedKey() {
+    if (expectedCode_ == 0)
+        return;
+    expectedCode_ = 0;
+    noteMissedKey();
+}
+
+// Another program has the keyboard to itself. What is typed there is none of our business.
+void X11EventTaps::noteMissedKey() {
+    if (missingSince_ == 0)
+        missingSince_ = steadySeconds();
+    translator_.resetCompose();
+    deliver({EventType::ContextLost, 0, 0, {}});
+}
+
+void X11EventTaps::handleStateNotice(const xcb_generic_event_t& event) {
+    switch (event.pad0) {
+    case XCB_XKB_STATE_NOTIFY: {
+        const auto& notice = reinterpret_cast<const xcb_xkb_state_notify_event_t&>(event);
+        deliverFlags(static_cast<std::uint8_t>(notice.baseMods | notice.latchedMods),
+                     notice.keycode);
+        if (group_.exchange(notice.group) != notice.group && inputSourceChanged_)
+            inputSourceChanged_();
+        break;
+    }
+    case XCB_XKB_MAP_NOTIFY:
+    case XCB_XKB_NEW_KEYBOARD_NOTIFY:
+        if (spareKeys_.isOwnChange(event.sequence) || std::exchange(keymapIsStale_, true))
+            break;
+        loop_->post({this, "reloadKeymap"}, [this] {
+            if (keymapIsStale_)
+                reloadKeymap();
+            if (inputSourceChanged_)
+                inputSourceChanged_();
+        });
+        break;
+    default:
+        break;
+    }
+}
+
+void X11EventTaps::handleButton(std::uint32_t button) {
+    if (button == XCB_BUTTON_INDEX_1)
+        deliver({EventType::LeftMouseDown, 0, 0, {}});
+    else if (button == XCB_BUTTON_INDEX_3)
+        deliver({EventType::RightMouseDown, 0, 0, {}});
+}
+
+void X11EventTaps::handleFocus() {
+    translator_.resetCompose();
+    expectedCode_ = 0;
+    missingSince_ = 0;
+    if (focusChanged_)
+        focusChanged_(grab_.window());
+    if (!grab_.isHeld())
+        retryGrab();
+    deliver({EventType::ContextLost, 0, 0, {}});
+}
+
+DesktopEvent X11EventTaps::keyEvent(EventType type, xcb_keycode_t code,
+                                    const KeyboardState& state) {
+    const xkb_keysym_t keysym = translator_.keysym(code, state);
+    const std::uint16_t navigation = navigationKeyCode(keysym);
+    DesktopEvent event;
+    event.type = type;
+    event.keyCode = navigation != 0 ? navigation : keymap_->keyCode(code);
+    event.flags = keymap_->flagsForModifiers(
+        static_cast<std::uint8_t>(state.baseModifiers | state.latchedModifiers));
+    const bool chord = (event.flags & (EventFlag::Control | EventFlag::Command)) != 0;
+    if (navigation == 0)
+        event.unicodeString = type == EventType::KeyDown && !chord ? translator_.type(keysym)
+                                                                   : translator_.text(keysym);
+    return event;
+}
+
+void X11EventTaps::deliverFlags(std::uint8_t modifiers, xcb_keycode_t code) {
+    if (keymap_ == nullptr)
+        return;
+    const std::uint64_t flags = keymap_->flagsForModifiers(modifiers);
+    if (flags == std::exchange(lastFlags_, flags))
+        return;
+    deliver({EventType::FlagsChanged, keymap_->keyCode(code), flags, {}});
+}
+
+bool X11EventTaps::deliverPress(xcb_keycode_t code, const KeyboardState& state) {
+    deliverFlags(static_cast<std::uint8_t>(state.baseModifiers | state.latchedModifiers), 0);
+    return deliver(keyEvent(EventType::KeyDown, code, state));
+}
+
+// Writes what was posted, behind it the key that was pending if it is passed, then whatever the
+// user typed meanwhile, which may be expanded in its turn.
+void X11EventTaps::write(const GrabbedPress* pending, bool passPending) {
+    if (keymap_ == nullptr) {
+        posted_.clear();
+        return;
+    }
+    watchdog_.arm();
+    writer_.begin(pending);
+    writePosted();
+    if (pending != nullptr && passPending)
+        writer_.writeStroke(pending->code, pending->state);
+    handleStash();
+    writer_.end();
+    while (writer_.hasStashed()) {
+        writer_.begin(nullptr);
+        handleStash();
+        writer_.end();
+    }
+    keptCode_ = 0;
+    expectedCode_ = 0;
+    const KeyboardState state = writer_.userState();
+    if (writer_.takeFocusMoved())
+        handleFocus();
+    if (watchdog_.disarm())
+        reportStall();
+    deliverFlags(state.baseModifiers, 0);
+    if (spareKeys_.hasBindings() && loop_ != nullptr)
+        loop_->cancelAndCallAfter(UnbindSpareKeysAfter, {this, "unbindSpareKeys"},
+                                  [this] { spareKeys_.unbindAll(); });
+}
+
+void X11EventTaps::writePosted() {
+    std::vector<DesktopEvent> events;
+    events.swap(posted_);
+    const double now = loop_ != nullptr ? loop_->now() : steadySeconds();
+    for (const DesktopEvent& event : events)
+        writer_.write(event, now);
+}
+
+void X11EventTaps::handleStash() {
+    StashedKey key;
+    while (writer_.takeStashed(key)) {
+        if (writer_.takeFocusMoved())
+            handleFocus();
+        watchdog_.arm();
+        if (!key.press) {
+            deliver(keyEvent(EventType::KeyUp, key.code, key.state));
+            continue;
+        }
+        const bool swallow = deliverPress(key.code, key.state);
+        writePosted();
+        if (!swallow)
+            writer_.writeStroke(key.code, key.state);
+    }
+}
+
+// The grab is gone until the tap is enabled again.
+void X11EventTaps::reportStall() {
+    deliver({EventType::TapDisabledByTimeout, 0, 0, {}});
+}
+
+} // namespace dresk
