@@ -45,8 +45,8 @@ struct DesktopEvent {
     /// FlagsChanged the modifier key. A key without such a code has one from 256 on, the same for
     /// as long as the program runs.
     std::uint16_t keyCode = 0;
-    /// EventFlag bits. Captured: the modifiers in effect at the event. Level choosers (AltGr, Caps
-    /// Lock, Num Lock) are no modifiers.
+    /// EventFlag bits. Captured: the modifiers in effect at the event, for FlagsChanged those
+    /// behind the change. Level choosers (AltGr, Caps Lock, Num Lock) are no modifiers.
     std::uint64_t flags = 0;
     /// Captured: what the key types, composed, at most 10 units; empty for a dead key and for keys
     /// that type nothing (navigation keys included). Return types U+000D, Enter U+0003, Tab U+0009,
@@ -56,7 +56,8 @@ struct DesktopEvent {
 };
 
 /// Names the tap through which an event came. Output posted with it enters the stream at the place
-/// of that tap, so that the tap does not see it again.
+/// of that tap, so that the tap does not see it again. An identity only: with the proxy of a tap
+/// that has gone, output is posted as without one.
 using EventTapProxy = const void*;
 
 /// A tap, delivering from its making to its destruction while it is enabled. Made, enabled and

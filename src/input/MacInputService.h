@@ -1,0 +1,219 @@
+#pragma once
+
+#include <mutex>
+
+#include "input/Desktop.h"
+#include "seam/SystemInputService.h"
+
+namespace dresk {
+
+struct SnippetGroupList;
+
+/// Sees every key and mouse press of the desktop before the application in front does, and types
+/// into that application. One instance exists. It is made and destroyed on the main thread; what
+/// names no thread below belongs to the tap thread. The sources stand by concern: capture, sending,
+/// fragments, rules; MacInputService.cpp has the life of taps and threads.
+class MacInputService final : public SystemInputService {
+  public:
+    /// All three outlive the service. `mainRunLoop` is the loop of the thread that calls this.
+    MacInputService(Desktop& desktop, BundleIdentifierResolver& bundleIdentifierResolver,
+                    RunLoop& mainRunLoop);
+    /// Disables events first.
+    ~MacInputService() override;
+
+    // Events; what each means stands in SystemInputService.h.
+    ZPEvent& keyDownEvent() override { return keyDownEvent_; }
+    ZPEvent& keyUpEvent() override { return keyUpEvent_; }
+    ZPEvent& mouseDownEvent() override { return mouseDownEvent_; }
+    ZPEvent& inputContextChangedEvent() override { return inputContextChangedEvent_; }
+    ZPEvent& hotKeysPressed() override { return hotKeysPressed_; }
+    ZPEvent& unregisteredHotKeyPressedEvent() override { return unregisteredHotKeyPressedEvent_; }
+    ZPEvent& secureInputChangedEvent() override { return secureInputChangedEvent_; }
+    ZPEvent& inputSourceChangedEvent() override { return inputSourceChangedEvent_; }
+
+    // Start and stop. Main thread.
+
+    /// Starts a tap thread with the taps; nothing while one runs.
+    void enableEvents() override;
+    /// Ends taps and tap thread, behind the key being handled. Jobs in flight are dropped and
+    /// marked finished; their undelivered rest is never typed.
+    void disableEvents() override;
+    /// Whether the desktop granted the key tap; meaningful once the tap thread has made its taps.
+    /// Any thread.
+    bool evenTapCreated() const;
+    /// Whether the desktop would grant a key tap. On `loop`, which is the loop of a tap thread.
+    static bool testFunction(EventTaps& eventTaps, RunLoop& loop);
+
+    // Settings.
+
+    bool listenMouseDownEvents() const { return listenMouseDownEvents_; }
+    /// Takes effect at once while events are enabled. Main thread.
+    void setListenMouseDownEvents(bool listen);
+    /// Takes effect at the next enableEvents. Main thread.
+    void setListenAtAnnotatedSession(bool listen) { listenAtAnnotatedSession_ = listen; }
+    /// Makes the key tap a mere listener, which can swallow nothing; keys are then reported on the
+    /// main thread. Dormant: no preference leads here. While events are disabled.
+    void setTailAppendEventTap(bool listenOnly) { tailAppendEventTap_ = listenOnly; }
+    /// Where snippets and groups live, or null. Its lock is taken shared for a moment by each job,
+    /// so callers of sendOutput do not hold it. While events are disabled.
+    void setSnippetGroupList(const SnippetGroupList* list) { snippetGroupList_ = list; }
+
+    // Hot keys.
+
+    /// The owner keeps the hot key alive as long as the service; its later changes take effect at
+    /// the next key. Before enableEvents.
+    void registerHotKey(const GeneralHotKey* hotKey) { hotKeys_.push_back(hotKey); }
+    /// The modifiers now held will not count as a hot key when they are released. Any thread.
+    void ignoreNextHotKey() { dontCheckHotKeysOnKeyUp_ = true; }
+
+    // What capture knows.
+
+    bool isSameProcess() const override;
+    std::int32_t keyModifier() const override { return keyModifier_; }
+    std::optional<String> lastKeyString() const override { return lastKeyString_; }
+    ProcessSerialNumber lastProcessReceivedKeyEvent() const override;
+    /// Last known state of secure keyboard entry. Any thread.
+    bool secureInput() const { return secureInput_; }
+    /// Name of the application that was in front when secure entry began; null while it is off.
+    /// Any thread.
+    std::optional<String> lastAppEnabledSecureInput() const;
+    std::optional<String> stringForKeyCode(std::int64_t keyCode, std::uint64_t flags) override;
+    std::optional<String> inputSourceIdentifier() const override;
+    Point mouseLocation() const override;
+
+    // Rules for the application in front. Any thread.
+
+    void refreshContextInputSetting() override;
+    std::shared_ptr<ContextInputSetting> contextInputSetting() const override;
+    std::optional<String> contextBundleIdentifier() const override;
+
+    // Sending.
+
+    /// A job that cannot be typed as a whole is `rejected`: nothing of it goes out and its trigger
+    /// reaches the application. While events are disabled a job is dropped and marked finished.
+    void sendOutput(const std::shared_ptr<DROutput>& output) override;
+
+    /// The text in pieces for one key event each: a tab or a line end at the start of a piece is
+    /// one of its own.
+    static OutputFragments fragmentsForPlainText(StringView text,
+                                                 const ContextInputSetting& contextInputSetting);
+    /// The same list with every plain string cut into its pieces.
+    static OutputFragments
+    fragmentsForOutputFragments(const OutputFragments& fragments,
+                                const ContextInputSetting& contextInputSetting);
+    /// Brings caret and fragments of the job in line with its content.
+    static void refreshFragmentsForOuput(DROutput& output,
+                                         const ContextInputSetting& contextInputSetting);
+    /// Events the job takes; text that is pasted as attributed counts nothing.
+    static std::uint64_t eventCountForOutput(const DROutput& output);
+
+    /// While true, the tap passes everything unseen.
+    void beginSending() { sending_ = true; }
+    void endSending() { sending_ = false; }
+    /// Types the text in blocks. Line ends and tabs go out as text, not as keys.
+    void sendPlainText(StringView text);
+    /// Presses and releases the key; `modifiers` holds EventFlag bits. None of these sets
+    /// `sending`.
+    void sendKey(std::uint16_t keyCode) { sendKey(keyCode, 0); }
+    void sendKey(std::uint16_t keyCode, std::uint64_t modifiers);
+    void sendKey(std::uint16_t keyCode, std::uint64_t modifiers, std::uint64_t count);
+    void sendKeyKeyDown(std::uint16_t keyCode, bool keyDown);
+    /// Erases; a selection is removed first and does not count.
+    void sendBackspaces(std::uint64_t count);
+    void sendLeftArrowKeys(std::uint64_t count);
+    void sendShiftTab();
+    /// Posts through the tap of the last key, or at the session where there is none or the target
+    /// asks for it.
+    void sendEvent(const DesktopEvent& event);
+
+  private:
+    // Taps and threads.
+    void enableEventsInternal(RunLoop& loop);
+    std::unique_ptr<EventTap> createKeyTap(RunLoop& loop);
+    void enableMouseEventTap(RunLoop& loop);
+    void disableMouseEventTap();
+    void startCheckingSecureInputTimer();
+    void checkSecureInput();
+    void setSecureInputState(bool enabled);
+
+    // Capture.
+    bool cgEventCallback(EventTapProxy proxy, const DesktopEvent& event);
+    bool cgEventCallbackWithProxy(EventTapProxy proxy, const DesktopEvent& event);
+    void enableKeyTapAgain();
+    bool handleKey(const DesktopEvent& event);
+    void noticeFrontProcess();
+    ZPKeyEventArgs keyEventArgs(const DesktopEvent& event);
+    bool handleKeyUp(ZPKeyEventArgs& args);
+    bool handleKeyDown(ZPKeyEventArgs& args);
+    bool raiseUnregisteredHotKey(const ZPKeyEventArgs& args);
+    bool raiseKeyDown(ZPKeyEventArgs& args);
+    bool handleFlagsChanged(std::int32_t modifiers);
+    bool checkHotKeys(std::uint16_t keyCode);
+
+    // Sending.
+    void prepareSending();
+    void sendOutputInternal(const std::shared_ptr<DROutput>& output);
+    void settleTriggerAndFragments(DROutput& output);
+    void refreshFragments(DROutput& output);
+    bool prepareToType(const DROutput& output);
+    void sendOutputInBatches(const std::shared_ptr<DROutput>& output);
+    void callLater(double seconds, const std::shared_ptr<DROutput>& output,
+                   void (MacInputService::*step)(const std::shared_ptr<DROutput>&));
+    std::optional<double> sendFragments(DROutput& output, std::uint64_t& budget);
+    double sendText(const OutputFragment& text, const ContextInputSetting& setting);
+
+    Desktop& desktop_;
+    BundleIdentifierResolver& bundleIdentifierResolver_;
+    RunLoop& mainRunLoop_;
+    const ProcessSerialNumber dreskProcess_;
+
+    ZPEvent keyDownEvent_;
+    ZPEvent keyUpEvent_;
+    ZPEvent mouseDownEvent_;
+    ZPEvent inputContextChangedEvent_;
+    ZPEvent hotKeysPressed_;
+    ZPEvent unregisteredHotKeyPressedEvent_;
+    ZPEvent secureInputChangedEvent_;
+    ZPEvent inputSourceChangedEvent_;
+
+    // Any thread.
+    std::atomic<bool> eventsEnabled_{false};
+    std::atomic<bool> listenMouseDownEvents_{true};
+    std::atomic<bool> listenAtAnnotatedSession_{false};
+    std::atomic<bool> dontCheckHotKeysOnKeyUp_{false};
+    std::atomic<bool> secureInput_{false};
+    /// As processSerialNumberToNumber has it.
+    std::atomic<std::int64_t> lastProcessReceivedKeyEvent_{0};
+
+    // Fixed while events are enabled.
+    bool tailAppendEventTap_ = false;
+    const SnippetGroupList* snippetGroupList_ = nullptr;
+    std::vector<const GeneralHotKey*> hotKeys_;
+
+    /// Guards what follows up to the empty line; held for moments only, never around a callback.
+    mutable std::mutex mutex_;
+    /// Between enableEvents and disableEvents.
+    bool wanted_ = false;
+    RunLoop* tapRunLoop_ = nullptr;
+    std::unique_ptr<EventTap> eventTap_;
+    std::unique_ptr<EventTap> mouseEventTap_;
+    /// Jobs with a call on the tap thread's loop.
+    std::vector<std::shared_ptr<DROutput>> waitingOutputs_;
+    std::shared_ptr<ContextInputSetting> contextInputSetting_;
+    std::optional<String> contextBundleIdentifier_;
+    std::optional<String> lastAppEnabledSecureInput_;
+
+    // Tap thread.
+    bool sending_ = false;
+    bool isLastProcessReceivedKeyEventNull_ = true;
+    EventTapProxy currentProxy_ = nullptr;
+    std::int64_t lastKeyCode_;
+    std::optional<String> lastKeyString_;
+    std::int32_t keyModifier_ = 0;
+    std::int64_t canceledKeyCode_ = NoKeyCode;
+
+    // Main thread.
+    std::unique_ptr<TapThread> tapThread_;
+};
+
+} // namespace dresk

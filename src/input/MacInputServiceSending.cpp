@@ -1,0 +1,309 @@
+#include <algorithm>
+#include <shared_mutex>
+
+#include "Foundation/Log.h"
+#include "input/MacInputService.h"
+#include "store/SnippetGroup.h"
+
+namespace dresk {
+
+namespace {
+
+constexpr std::uint64_t EventsPerBatch = 20;
+/// Seconds between batches.
+constexpr double BatchPause = 0.04;
+
+constexpr std::uint16_t ReturnKey = 36;
+constexpr std::uint16_t TabKey = 48;
+constexpr std::uint16_t DeleteKey = 51;
+constexpr std::uint16_t EnterKey = 76;
+constexpr std::uint16_t ForwardDeleteKey = 117;
+constexpr std::uint16_t LeftArrowKey = 123;
+
+bool isKey(const OutputFragment& fragment) {
+    return std::holds_alternative<std::shared_ptr<SnippetKeyVariable>>(fragment);
+}
+
+bool isPasted(const OutputFragment& fragment, const ContextInputSetting& setting) {
+    return std::holds_alternative<AttributedString>(fragment) ||
+           (std::holds_alternative<String>(fragment) && setting.useClipboard);
+}
+
+/// Rich text is typed as its plain characters, so it is cut as they are and counts as they do.
+OutputFragments fragmentsToType(const OutputFragments& fragments,
+                                const ContextInputSetting& setting) {
+    OutputFragments plain = fragments;
+    for (OutputFragment& fragment : plain)
+        if (const auto* rich = std::get_if<AttributedString>(&fragment))
+            fragment = String(rich->string());
+    return MacInputService::fragmentsForOutputFragments(plain, setting);
+}
+
+bool applySuffix(SnippetExpandedContent* content) {
+    if (content == nullptr || !content->hasSuffix())
+        return false;
+    content->applySuffix();
+    return true;
+}
+
+struct DelimiterRule {
+    /// The delimiter that was typed is to stay in the text. Only a job with content does.
+    bool keepsDelimiter = false;
+    bool resetFormatting = false;
+};
+
+DelimiterRule delimiterRule(const DROutput& output, const SnippetGroupList* list) {
+    if (output.snippetExpandedContent == nullptr)
+        return {};
+    const auto& snippet = output.snippetExpandedContent->originalSnippet();
+    if (snippet == nullptr)
+        return {};
+    std::shared_lock<std::shared_mutex> lock;
+    if (list != nullptr)
+        lock = std::shared_lock(list->lock);
+    const SnippetGroup* group = snippet->parentGroup();
+    if (group == nullptr)
+        return {};
+    return {group->expandTrigger() == ExpandTrigger::AtDelimiter &&
+                output.trigger == SnippetTrigger::Typed,
+            group->resetFormatting()};
+}
+
+} // namespace
+
+void MacInputService::sendOutput(const std::shared_ptr<DROutput>& output) {
+    bool isTapThread = false;
+    {
+        const std::lock_guard lock(mutex_);
+        isTapThread = tapRunLoop_ != nullptr && tapRunLoop_->isCurrent();
+    }
+    if (isTapThread)
+        sendOutputInternal(output);
+    else
+        callLater(0, output, &MacInputService::sendOutputInternal);
+}
+
+// Of a waiting job the service keeps a reference until its step runs or events are disabled.
+void MacInputService::callLater(double seconds, const std::shared_ptr<DROutput>& output,
+                                void (MacInputService::*step)(const std::shared_ptr<DROutput>&)) {
+    const std::lock_guard lock(mutex_);
+    if (tapRunLoop_ == nullptr) {
+        output->finished = true;
+        return;
+    }
+    waitingOutputs_.push_back(output);
+    tapRunLoop_->callAfter(seconds, {this, "sendOutput"}, [this, output, step] {
+        {
+            const std::lock_guard waitingLock(mutex_);
+            std::erase(waitingOutputs_, output);
+        }
+        (this->*step)(output);
+    });
+}
+
+void MacInputService::prepareSending() {
+    refreshContextInputSetting();
+}
+
+void MacInputService::sendOutputInternal(const std::shared_ptr<DROutput>& output) {
+    prepareSending();
+    output->contextInputSetting = contextInputSetting();
+    settleTriggerAndFragments(*output);
+    if (!prepareToType(*output)) {
+        logLine("An expansion holds characters that cannot be typed here; nothing was sent");
+        output->cancelTrigger = false;
+        output->rejected = true;
+        output->finished = true;
+        return;
+    }
+    sendOutputInBatches(output);
+}
+
+// Decides whether the key that caused the job is swallowed, and fixes what is sent.
+void MacInputService::settleTriggerAndFragments(DROutput& output) {
+    const ContextInputSetting& setting = *output.contextInputSetting;
+    SnippetExpandedContent* content = output.snippetExpandedContent.get();
+    if (!output.cancelTrigger) {
+        const bool waitsForPaste =
+            setting.useClipboard && (setting.delayPasting || setting.afterPastingDelay > 0);
+        output.cancelTrigger = waitsForPaste || (content != nullptr && content->hasDelayedKey());
+    }
+    const DelimiterRule rule = delimiterRule(output, snippetGroupList_);
+    if (tailAppendEventTap_) {
+        if (rule.keepsDelimiter && !content->hasSuffix())
+            content->setSuffix(lastKeyString_);
+        applySuffix(content);
+        refreshFragments(output);
+        return;
+    }
+    // A line end or a tab passes as a real key instead of becoming part of the rich text.
+    const bool canBeText = lastKeyCode_ != ReturnKey && lastKeyCode_ != TabKey &&
+                           lastKeyCode_ != EnterKey &&
+                           lastKeyCode_ != static_cast<std::int64_t>(NotFound);
+    if (rule.keepsDelimiter && rule.resetFormatting && !content->hasSuffix() &&
+        content->isRichText() && canBeText) {
+        content->setSuffix(lastKeyString_);
+        output.cancelTrigger = true;
+    }
+    bool suffixApplied = false;
+    if (!output.cancelTrigger) {
+        suffixApplied = applySuffix(content);
+        refreshFragments(output);
+        output.cancelTrigger = eventCountForOutput(output) > EventsPerBatch;
+        if (!output.cancelTrigger)
+            return;
+    }
+    if (rule.keepsDelimiter && !content->hasSuffix())
+        content->setSuffix(lastKeyString_);
+    if (!suffixApplied)
+        applySuffix(content);
+    refreshFragments(output);
+}
+
+void MacInputService::refreshFragments(DROutput& output) {
+    refreshFragmentsForOuput(output, *output.contextInputSetting);
+    output.fragments = fragmentsToType(output.fragments, *output.contextInputSetting);
+}
+
+bool MacInputService::prepareToType(const DROutput& output) {
+    String text;
+    for (const OutputFragment& fragment : output.fragments)
+        if (const auto* piece = std::get_if<String>(&fragment))
+            text.append(*piece);
+    return text.empty() || desktop_.eventTaps().prepareToType(text);
+}
+
+void MacInputService::sendOutputInBatches(const std::shared_ptr<DROutput>& output) {
+    const auto again = [&](double seconds) {
+        callLater(seconds, output, &MacInputService::sendOutputInBatches);
+    };
+    std::uint64_t budget = EventsPerBatch;
+    if (output->backspaceCount != 0) {
+        const std::uint64_t count = std::min(output->backspaceCount, budget);
+        output->backspaceCount -= count;
+        sendBackspaces(count);
+        if (output->backspaceCount != 0) {
+            again(BatchPause);
+            return;
+        }
+        budget -= count;
+        if (budget == 0) {
+            // Meant: when the backspaces end on a full batch, nothing follows them.
+            output->finished = true;
+            return;
+        }
+    }
+    if (const auto pause = sendFragments(*output, budget)) {
+        again(*pause);
+        return;
+    }
+    if (output->leftArrowCount != 0) {
+        const std::uint64_t count = std::min(output->leftArrowCount, budget);
+        output->leftArrowCount -= count;
+        sendLeftArrowKeys(count);
+        if (output->leftArrowCount != 0) {
+            again(BatchPause);
+            return;
+        }
+    }
+    output->finished = true;
+}
+
+// Sends from the front as far as the budget goes. Seconds to the next batch, or nothing when all
+// fragments have gone out within this one.
+std::optional<double> MacInputService::sendFragments(DROutput& output, std::uint64_t& budget) {
+    OutputFragments& fragments = output.fragments;
+    const ContextInputSetting& setting = *output.contextInputSetting;
+    std::size_t sent = 0;
+    std::optional<double> pause;
+    while (!pause.has_value() && sent < fragments.size()) {
+        std::uint64_t used = 1;
+        double wait = 0;
+        if (!isKey(fragments[sent])) {
+            wait = sendText(fragments[sent], setting);
+            ++sent;
+        } else {
+            SnippetKeyVariable& key =
+                *std::get<std::shared_ptr<SnippetKeyVariable>>(fragments[sent]);
+            const bool beforePaste =
+                sent + 1 < fragments.size() && isPasted(fragments[sent + 1], setting);
+            used = std::min(key.count(), budget);
+            key.setCount(key.count() - used);
+            if (key.isKeyCodeValid())
+                sendKey(key.keyCode(), key.modifiers(), used);
+            wait = key.delay() == 0 && beforePaste ? BatchPause : key.delay();
+            if (key.count() == 0)
+                ++sent;
+        }
+        if (wait > 0)
+            pause = wait;
+        else if ((budget -= used) == 0)
+            pause = BatchPause;
+    }
+    fragments.erase(fragments.begin(), fragments.begin() + static_cast<std::ptrdiff_t>(sent));
+    return pause;
+}
+
+// Delivers one text. Seconds that the job must wait behind it.
+double MacInputService::sendText(const OutputFragment& text, const ContextInputSetting&) {
+    sendPlainText(std::get<String>(text));
+    return 0;
+}
+
+void MacInputService::sendPlainText(StringView text) {
+    beginSending();
+    for (OutputFragment& piece : fragmentsForPlainText(text, *contextInputSetting())) {
+        // Without flags: a modifier that is still held must not turn the text into a command.
+        DesktopEvent event;
+        event.unicodeString = std::move(std::get<String>(piece));
+        sendEvent(event);
+        event.type = EventType::KeyUp;
+        sendEvent(event);
+    }
+    endSending();
+}
+
+void MacInputService::sendKey(std::uint16_t keyCode, std::uint64_t modifiers) {
+    sendEvent({EventType::KeyDown, keyCode, modifiers, {}});
+    sendEvent({EventType::KeyUp, keyCode, modifiers, {}});
+}
+
+void MacInputService::sendKey(std::uint16_t keyCode, std::uint64_t modifiers, std::uint64_t count) {
+    for (; count != 0; --count)
+        sendKey(keyCode, modifiers);
+}
+
+void MacInputService::sendKeyKeyDown(std::uint16_t keyCode, bool keyDown) {
+    sendEvent({keyDown ? EventType::KeyDown : EventType::KeyUp, keyCode, 0, {}});
+}
+
+void MacInputService::sendBackspaces(std::uint64_t count) {
+    if (count == 0)
+        return;
+    beginSending();
+    if (desktop_.accessibility().getSelectedTextLength() != 0)
+        sendKey(ForwardDeleteKey);
+    sendKey(DeleteKey, 0, count);
+    endSending();
+}
+
+void MacInputService::sendLeftArrowKeys(std::uint64_t count) {
+    beginSending();
+    sendKey(LeftArrowKey, 0, count);
+    endSending();
+}
+
+void MacInputService::sendShiftTab() {
+    beginSending();
+    sendKey(TabKey, EventFlag::Shift);
+    endSending();
+}
+
+void MacInputService::sendEvent(const DesktopEvent& event) {
+    if (currentProxy_ != nullptr && !contextInputSetting()->postToSessionEventTap)
+        desktop_.eventTaps().postEvent(currentProxy_, event);
+    else
+        desktop_.eventTaps().postEvent(EventTaps::Location::Session, event);
+}
+
+} // namespace dresk

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+
+#include "input/scripted/ScriptedTextField.h"
+
+namespace dresk {
+
+/// The applications of a desktop in memory, each with one text field, and what accessibility tells
+/// of the one in front. The program itself is process 1. Any thread.
+class ScriptedApplications final : public Processes, public Accessibility {
+  public:
+    ScriptedApplications();
+
+    // RunningApplications
+    std::optional<String> bundleIdentifier(ProcessSerialNumber process) override;
+    std::optional<String> localizedName(ProcessSerialNumber process) override;
+    // Processes
+    ProcessSerialNumber currentProcess() override { return {0, 1}; }
+    ProcessSerialNumber frontProcess() override;
+    /// Nothing for a process that does not run.
+    void setFrontProcess(ProcessSerialNumber process) override;
+    // Accessibility
+    std::uint64_t getSelectedTextLength() override;
+
+    /// Starts an application, behind the others.
+    ProcessSerialNumber launch(std::optional<String> identifier, String name);
+    /// Ends it; when it was in front, nothing is.
+    void terminate(ProcessSerialNumber process);
+
+    /// A copy of the field of the application; an empty one when it does not run.
+    ScriptedTextField textField(ProcessSerialNumber process) const;
+    /// What has reached the application, an eventText each.
+    std::vector<std::string> received(ProcessSerialNumber process) const;
+    void setTextField(ProcessSerialNumber process, const ScriptedTextField& field);
+    /// Gives the event to the application in front. `typed` is what a key press types.
+    void receive(const DesktopEvent& event, StringView typed);
+
+  private:
+    struct Application {
+        std::optional<String> identifier;
+        String name;
+        ScriptedTextField field;
+        std::vector<std::string> received;
+    };
+    Application* find(ProcessSerialNumber process);
+    const Application* find(ProcessSerialNumber process) const;
+
+    mutable std::mutex mutex_;
+    std::map<std::uint32_t, Application> applications_;
+    ProcessSerialNumber front_;
+    std::uint32_t nextProcess_ = 1;
+};
+
+} // namespace dresk
