@@ -53,6 +53,9 @@ struct DesktopEvent {
     /// Delete U+0008, Escape U+001B. Posted: the text to type whatever the key code says; empty to
     /// press the key.
     String unicodeString;
+    /// Captured: the key belongs to a sequence that is not finished, begun by a dead key or by
+    /// Compose. It types nothing yet, whatever it would type by itself.
+    bool isComposing = false;
 };
 
 /// Names the tap through which an event came. Output posted with it enters the stream at the place

@@ -36,6 +36,9 @@ bool MacInputService::cgEventCallbackWithProxy(EventTapProxy proxy, const Deskto
     lastKeyString_.reset();
     lastKeyCode_ = NotFound;
     switch (event.type) {
+    case EventType::ContextLost:
+        inputContextChangedEvent_.raise(nullptr);
+        return false;
     case EventType::KeyDown:
     case EventType::KeyUp:
         return handleKey(event);
@@ -86,10 +89,10 @@ void MacInputService::noticeFrontProcess() {
 ZPKeyEventArgs MacInputService::keyEventArgs(const DesktopEvent& event) {
     ZPKeyEventArgs args;
     args.key = event.keyCode;
-    if (event.unicodeString.empty())
-        args.s = stringForKeyCode(event.keyCode, event.flags);
-    else
+    if (!event.unicodeString.empty())
         args.s = event.unicodeString;
+    else if (!event.isComposing)
+        args.s = stringForKeyCode(event.keyCode, event.flags);
     if (args.s.has_value() && !args.s->empty())
         args.c = args.s->front();
     return args;

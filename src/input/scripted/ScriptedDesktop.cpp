@@ -8,15 +8,6 @@
 
 namespace dresk {
 
-namespace {
-
-double steadySeconds() {
-    const auto time = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration<double>(time).count();
-}
-
-} // namespace
-
 /// A tap thread on which the desktop can act as the user.
 class ScriptedDesktop::PerformingThread : public TapThread {
   public:

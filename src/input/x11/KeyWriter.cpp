@@ -202,7 +202,7 @@ bool KeyWriter::press(xcb_keycode_t code, bool release) {
         case Arrival::WrongState:
             if (!release)
                 port_.fake(false, code);
-            port_.lock(capsLock_, group_);
+            restoreState();
             break;
         case Arrival::Lost:
             port_.fake(false, code);
@@ -212,6 +212,18 @@ bool KeyWriter::press(xcb_keycode_t code, bool release) {
     }
     logLine("A key could not be typed: the keyboard is in use");
     return false;
+}
+
+// The user let go of or pressed a modifier in between, so what the writer holds is not what the
+// server has.
+void KeyWriter::restoreState() {
+    const std::uint8_t wanted = std::exchange(modifiers_, std::uint8_t{0});
+    for (unsigned bit = 1; bit < 256; bit <<= 1)
+        if ((keymap_->lockModifiers() & bit) == 0)
+            if (const xcb_keycode_t code = keymap_->keyForModifier(static_cast<std::uint8_t>(bit)))
+                port_.fake(false, code);
+    port_.lock(capsLock_, group_);
+    setModifiers(wanted);
 }
 
 KeyWriter::Arrival KeyWriter::awaitPress(xcb_keycode_t code) {

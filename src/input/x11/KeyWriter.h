@@ -66,6 +66,7 @@ class KeyWriter {
     bool isStateNotice(const xcb_generic_event_t& event) const;
     void setState(std::uint8_t modifiers, bool capsLock, std::uint8_t group);
     void setModifiers(std::uint8_t modifiers);
+    void restoreState();
     std::uint8_t modifiersForFlags(std::uint64_t flags) const;
     void restoreHeldModifiers();
 

@@ -307,6 +307,11 @@ String KeyTranslator::glyph(xkb_keysym_t keysym) {
     }
 }
 
+bool KeyTranslator::isComposing() const {
+    return composeState_ != nullptr &&
+           xkb_compose_state_get_status(composeState_) == XKB_COMPOSE_COMPOSING;
+}
+
 void KeyTranslator::resetCompose() {
     if (composeState_ != nullptr)
         xkb_compose_state_reset(composeState_);

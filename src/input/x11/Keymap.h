@@ -111,6 +111,8 @@ class KeyTranslator {
     static String text(xkb_keysym_t keysym);
     /// The same, or for a dead key the accent itself.
     static String glyph(xkb_keysym_t keysym);
+    /// Whether a sequence is open behind the last key.
+    bool isComposing() const;
     /// Forgets a sequence that was begun.
     void resetCompose();
 

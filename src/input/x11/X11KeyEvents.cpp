@@ -159,7 +159,7 @@ void X11EventTaps::noteMissedKey() {
     if (missingSince_ == 0)
         missingSince_ = steadySeconds();
     translator_.resetCompose();
-    deliver({EventType::ContextLost, 0, 0, {}});
+    deliver({EventType::ContextLost, 0, 0, {}, false});
 }
 
 void X11EventTaps::handleStateNotice(const xcb_generic_event_t& event) {
@@ -190,9 +190,9 @@ void X11EventTaps::handleStateNotice(const xcb_generic_event_t& event) {
 
 void X11EventTaps::handleButton(std::uint32_t button) {
     if (button == XCB_BUTTON_INDEX_1)
-        deliver({EventType::LeftMouseDown, 0, 0, {}});
+        deliver({EventType::LeftMouseDown, 0, 0, {}, false});
     else if (button == XCB_BUTTON_INDEX_3)
-        deliver({EventType::RightMouseDown, 0, 0, {}});
+        deliver({EventType::RightMouseDown, 0, 0, {}, false});
 }
 
 void X11EventTaps::handleFocus() {
@@ -203,7 +203,7 @@ void X11EventTaps::handleFocus() {
         focusChanged_(grab_.window());
     if (!grab_.isHeld())
         retryGrab();
-    deliver({EventType::ContextLost, 0, 0, {}});
+    deliver({EventType::ContextLost, 0, 0, {}, false});
 }
 
 DesktopEvent X11EventTaps::keyEvent(EventType type, xcb_keycode_t code,
@@ -216,9 +216,14 @@ DesktopEvent X11EventTaps::keyEvent(EventType type, xcb_keycode_t code,
     event.flags = keymap_->flagsForModifiers(
         static_cast<std::uint8_t>(state.baseModifiers | state.latchedModifiers));
     const bool chord = (event.flags & (EventFlag::Control | EventFlag::Command)) != 0;
-    if (navigation == 0)
-        event.unicodeString = type == EventType::KeyDown && !chord ? translator_.type(keysym)
-                                                                   : translator_.text(keysym);
+    if (navigation != 0)
+        return event;
+    if (type == EventType::KeyDown && !chord) {
+        event.unicodeString = translator_.type(keysym);
+        event.isComposing = translator_.isComposing();
+    } else {
+        event.unicodeString = KeyTranslator::text(keysym);
+    }
     return event;
 }
 
@@ -228,7 +233,7 @@ void X11EventTaps::deliverFlags(std::uint8_t modifiers, xcb_keycode_t code) {
     const std::uint64_t flags = keymap_->flagsForModifiers(modifiers);
     if (flags == std::exchange(lastFlags_, flags))
         return;
-    deliver({EventType::FlagsChanged, keymap_->keyCode(code), flags, {}});
+    deliver({EventType::FlagsChanged, keymap_->keyCode(code), flags, {}, false});
 }
 
 bool X11EventTaps::deliverPress(xcb_keycode_t code, const KeyboardState& state) {
@@ -295,7 +300,7 @@ void X11EventTaps::handleStash() {
 
 // The grab is gone until the tap is enabled again.
 void X11EventTaps::reportStall() {
-    deliver({EventType::TapDisabledByTimeout, 0, 0, {}});
+    deliver({EventType::TapDisabledByTimeout, 0, 0, {}, false});
 }
 
 } // namespace dresk
