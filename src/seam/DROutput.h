@@ -42,6 +42,8 @@ class DROutput {
     /// What is still to deliver, in order.
     OutputFragments fragments;
     std::uint64_t order = 0;
+    /// The sender cannot type some of the text, so nothing was erased or typed.
+    bool rejected = false;
     /// The last step has run.
     std::atomic<bool> finished{false};
 
