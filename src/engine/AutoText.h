@@ -151,15 +151,16 @@ class AutoText {
         String text;
         bool cancelTrigger;
     };
-    Sent deliver(const std::shared_ptr<Snippet>& snippet, std::int64_t contentType,
-                 const std::shared_ptr<DROutput>& output,
-                 const std::shared_ptr<SnippetExpandedContent>& content);
-    Sent send(const std::shared_ptr<DROutput>& output);
+    /// Null when the sender rejected the job.
+    std::optional<Sent> deliver(const std::shared_ptr<Snippet>& snippet, std::int64_t contentType,
+                                const std::shared_ptr<DROutput>& output,
+                                const std::shared_ptr<SnippetExpandedContent>& content);
+    std::optional<Sent> send(const std::shared_ptr<DROutput>& output);
     static std::uint64_t backspaceLengthOfSnippet(const Snippet& snippet,
                                                   const std::optional<String>& abbreviation,
                                                   std::int32_t snippetTrigger);
-    void rememberUndo(const Sent& sent, std::int32_t expandTrigger,
-                      const std::optional<String>& abbreviation);
+    void rememberUndo(const Sent& sent, std::shared_ptr<const DROutput> output,
+                      std::int32_t expandTrigger, const std::optional<String>& abbreviation);
     void playFeedback();
     void drainOutputPool();
 

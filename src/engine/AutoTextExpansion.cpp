@@ -90,9 +90,11 @@ bool AutoText::sendSnippet(const std::shared_ptr<Snippet>& snippet,
     // end inside it.
     output->cancelTrigger =
         expansion->expandTrigger != ExpandTrigger::AtDelimiter || expansion->content->hasCaret();
-    const Sent sent = deliver(snippet, expansion->contentType, output, expansion->content);
-    rememberUndo(sent, expansion->expandTrigger, abbreviation);
-    return sent.cancelTrigger;
+    const auto sent = deliver(snippet, expansion->contentType, output, expansion->content);
+    if (!sent.has_value())
+        return false;
+    rememberUndo(*sent, output, expansion->expandTrigger, abbreviation);
+    return sent->cancelTrigger;
 }
 
 bool AutoText::sendSnippetDirectly(const std::shared_ptr<Snippet>& snippet) {
@@ -113,32 +115,37 @@ void AutoText::sendSnippet(const std::shared_ptr<Snippet>& snippet,
     deliver(snippet, contentType, output, content);
 }
 
-AutoText::Sent AutoText::deliver(const std::shared_ptr<Snippet>& snippet, std::int64_t contentType,
-                                 const std::shared_ptr<DROutput>& output,
-                                 const std::shared_ptr<SnippetExpandedContent>& content) {
+std::optional<AutoText::Sent>
+AutoText::deliver(const std::shared_ptr<Snippet>& snippet, std::int64_t contentType,
+                  const std::shared_ptr<DROutput>& output,
+                  const std::shared_ptr<SnippetExpandedContent>& content) {
     {
         const std::lock_guard lock(mutex_);
         lastUsedSnippet_ = snippet;
     }
     if (contentType != SnippetContentType::PlainText && contentType != SnippetContentType::RichText)
-        return {content->string(), output->cancelTrigger};
+        return Sent{content->string(), output->cancelTrigger};
     output->snippetExpandedContent = content;
     const bool hasVariables = !content->variables().empty();
-    Sent sent = send(output);
+    auto sent = send(output);
+    if (!sent.has_value())
+        return std::nullopt;
     playFeedback();
     // What was just sent can serve as the start of a further abbreviation.
     if (!hasVariables)
-        setLetters(sent.text);
+        setLetters(sent->text);
     return sent;
 }
 
 // On the tap thread the job has been prepared when this returns, a suffix and a raised
 // cancelTrigger included. Elsewhere it may be under way by then and is not read again.
-AutoText::Sent AutoText::send(const std::shared_ptr<DROutput>& output) {
+std::optional<AutoText::Sent> AutoText::send(const std::shared_ptr<DROutput>& output) {
     const auto content = output->snippetExpandedContent;
     if (onTapThread()) {
         macInputService_.sendOutput(output);
-        return {content->string(), output->cancelTrigger};
+        if (output->rejected)
+            return std::nullopt;
+        return Sent{content->string(), output->cancelTrigger};
     }
     Sent sent{content->string(), output->cancelTrigger};
     macInputService_.sendOutput(output);
@@ -156,9 +163,10 @@ void AutoText::playFeedback() {
         sound->play();
 }
 
-void AutoText::rememberUndo(const Sent& sent, std::int32_t expandTrigger,
-                            const std::optional<String>& abbreviation) {
+void AutoText::rememberUndo(const Sent& sent, std::shared_ptr<const DROutput> output,
+                            std::int32_t expandTrigger, const std::optional<String>& abbreviation) {
     UndoInformation info;
+    info.output = std::move(output);
     // The delimiter follows the expansion into the text.
     info.backspaceCount = sent.text.size() + (sent.cancelTrigger ? 0 : 1);
     info.text = abbreviation;
@@ -180,7 +188,7 @@ bool AutoText::undo(bool withTrigger) {
         const std::lock_guard lock(mutex_);
         info.swap(undoInfo_);
     }
-    if (!info.has_value())
+    if (!info.has_value() || info->output->rejected)
         return false;
     String text = (withTrigger ? info->textWithTrigger : info->text).value_or(String());
     auto content = std::make_shared<SnippetExpandedContent>();

@@ -141,7 +141,8 @@ TEST(Expansion, AListRowOutlivesItsGroup) {
     EXPECT_TRUE(rig.service.press({u"2"}));
     EXPECT_EQ(rig.service.takeJobs().size(), 1U);
     EXPECT_NE(rig.engine.lastUsedSnippet(), nullptr);
-    rig.time.advance(10); // the pool lets go of the job, the last owner of the snippet
+    rig.service.type(u"x"); // ends undo
+    rig.time.advance(10);   // and the pool lets go of the job, the last owner of the snippet
     EXPECT_EQ(rig.engine.lastUsedSnippet(), nullptr);
 }
 

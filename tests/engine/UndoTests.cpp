@@ -66,5 +66,20 @@ TEST(Undo, OfAMenuChoicePutsNothingBack) {
     EXPECT_EQ(rig.service.takeJobs(), Jobs{"erase 5, put \"\", pass"});
 }
 
+TEST(Undo, OfARejectedJobDoesNothing) {
+    EngineRig rig;
+    const auto snippet = rig.addSnippet(rig.addGroup(ExpandTrigger::Immediately), u"a", u"text");
+    rig.service.rejectJobs = true;
+    EXPECT_FALSE(rig.service.press({u"a"}));
+    EXPECT_FALSE(rig.engine.undoInfo().has_value());
+    EXPECT_EQ(rig.engine.letters(), u"");
+
+    rig.service.mainLoop.perform([&] { rig.engine.sendSnippetDirectly(snippet); });
+    rig.time.runPending();
+    rig.service.rejectJobs = false;
+    rig.service.tapLoop.perform([&] { EXPECT_FALSE(rig.engine.undo(true)); });
+    EXPECT_EQ(rig.service.jobs.size(), 2U);
+}
+
 } // namespace
 } // namespace dresk

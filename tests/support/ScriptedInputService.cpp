@@ -59,6 +59,12 @@ void ScriptedInputService::sendOutput(const std::shared_ptr<DROutput>& output) {
 
 void ScriptedInputService::carryOut(DROutput& output) {
     const auto& content = output.snippetExpandedContent;
+    if (rejectJobs) {
+        output.cancelTrigger = false;
+        output.rejected = true;
+        output.finished = true;
+        return;
+    }
     if (!output.cancelTrigger && content != nullptr && content->length() > longestDirectText) {
         output.cancelTrigger = true;
         if (output.trigger == SnippetTrigger::Typed)

@@ -85,6 +85,8 @@ class ScriptedInputService : public SystemInputService {
     /// A job whose content is longer cannot go out before the key that caused it: that key is
     /// swallowed, and a typed delimiter travels as the content's suffix.
     std::size_t longestDirectText = 400;
+    /// Whether jobs are rejected, as when the layout lacks a character of theirs.
+    bool rejectJobs = false;
     /// Whether jobs finish as they are sent.
     bool finishJobs = true;
     std::vector<std::shared_ptr<DROutput>> jobs;

@@ -1,0 +1,22 @@
+#include "shell/Heartbeat.h"
+
+#include <unistd.h>
+
+namespace dresk {
+
+void Heartbeat::beat(RunLoop& loop) {
+    write(Beat);
+    loop.callAfter(Interval, {this, "beat"}, [this, &loop] { beat(loop); });
+}
+
+void Heartbeat::pause() {
+    write(Pause);
+}
+
+// A full pipe means that the supervisor is stopped; it has enough to read when it goes on.
+void Heartbeat::write(char byte) const {
+    if (descriptor_ >= 0) [[maybe_unused]]
+        const ssize_t count = ::write(descriptor_, &byte, 1);
+}
+
+} // namespace dresk

@@ -1,0 +1,30 @@
+#include "shell/SampleSnippets.h"
+
+namespace dresk {
+
+namespace {
+
+struct Sample {
+    StringView abbreviation;
+    StringView content;
+};
+
+constexpr Sample Samples[] = {
+    {u"dsig", u"Kind regards,\n"}, {u"dmail", u"name@example.org"},
+    {u"dphone", u"+1 555 0100"},   {u"dthx", u"Thank you very much for your message."},
+    {u"ddash", u"\u2014"},         {u"darrow", u"\u2192"},
+};
+
+} // namespace
+
+SnippetGroupArray sampleSnippets(const Clock& clock) {
+    auto group = std::make_shared<SnippetGroup>(clock);
+    group->setName(u"Samples");
+    group->setExpandTrigger(ExpandTrigger::AtDelimiter);
+    for (const Sample& sample : Samples)
+        group->addItem(Snippet::initWithAbbreviation(String(sample.abbreviation),
+                                                     String(sample.content), clock));
+    return {group};
+}
+
+} // namespace dresk
