@@ -39,19 +39,31 @@ std::optional<String> Snippet::UUIDString() const {
 void Snippet::setAbbreviation(std::optional<String> abbreviation) {
     abbreviation_ = std::move(abbreviation);
     abbreviationHash_ = abbreviation_.has_value() ? hashOfLowercaseString(*abbreviation_) : 0;
+    noteAbbreviationsChanged();
     updateDateModified();
 }
 
+void Snippet::setParentGroup(SnippetGroup* parentGroup) {
+    parentGroup_ = parentGroup != nullptr ? parentGroup->link() : nullptr;
+}
+
+void Snippet::noteAbbreviationsChanged() {
+    if (parentGroup_ != nullptr)
+        parentGroup_->abbreviationsChanged = true;
+}
+
 std::optional<String> Snippet::abbreviationWithPrefix() const {
-    if (parentGroup_ == nullptr || !abbreviation_.has_value() || abbreviation_->empty() ||
-        !parentGroup_->hasAbbreviationPrefix())
+    const SnippetGroup* group = parentGroup();
+    if (group == nullptr || !abbreviation_.has_value() || abbreviation_->empty() ||
+        !group->hasAbbreviationPrefix())
         return abbreviation_;
-    return *parentGroup_->abbreviationPrefix() + *abbreviation_;
+    return *group->abbreviationPrefix() + *abbreviation_;
 }
 
 void Snippet::setAliases(std::optional<std::vector<String>> aliases) {
     aliases_.reset();
     aliasHashes_.reset();
+    noteAbbreviationsChanged();
     if (!aliases.has_value() || aliases->empty())
         return;
     std::vector<std::uint64_t> hashes;
@@ -186,7 +198,7 @@ void Snippet::updateLastTimeUsed() {
 std::shared_ptr<Snippet> Snippet::copySnippet() const {
     auto copy = std::make_shared<Snippet>(*clock_);
     copy->copyFromSnippet(*this);
-    copy->setParentGroup(parentGroup_);
+    copy->parentGroup_ = parentGroup_;
     return copy;
 }
 

@@ -25,6 +25,15 @@ inline constexpr std::int64_t Ignore = 1;
 inline constexpr std::int64_t IgnoreAndAdapt = 2;
 } // namespace SnippetCaseSensitivity
 
+/// What the snippets of a group know of it. It outlives the group, so that a snippet kept for an
+/// expansion never points at a group that has gone.
+struct SnippetGroupLink {
+    /// Null once the group has gone.
+    std::atomic<SnippetGroup*> group{nullptr};
+    /// The group's index of abbreviations is out of date.
+    std::atomic<bool> abbreviationsChanged{true};
+};
+
 /// One abbreviation with its content. Shared, not duplicated, by generic copying; `copySnippet`
 /// duplicates. Written under the exclusive data lock and read under the shared one, save
 /// `lastTimeUsed`, which any thread may touch.
@@ -99,9 +108,12 @@ class Snippet {
     /// Any thread; raises nothing, so the new time reaches the store with the next save.
     void updateLastTimeUsed();
 
-    /// The group that holds the snippet; null while it is in none.
-    SnippetGroup* parentGroup() const { return parentGroup_; }
-    void setParentGroup(SnippetGroup* parentGroup) { parentGroup_ = parentGroup; }
+    /// The group that holds the snippet; null while it is in none and when that has gone. A snippet
+    /// stands in the items of no other group.
+    SnippetGroup* parentGroup() const {
+        return parentGroup_ != nullptr ? parentGroup_->group.load() : nullptr;
+    }
+    void setParentGroup(SnippetGroup* parentGroup);
 
     /// A new snippet with the same content and parent group, in no group's items.
     std::shared_ptr<Snippet> copySnippet() const;
@@ -113,6 +125,8 @@ class Snippet {
     findSnippetWithUUIDString(StringView text, const std::vector<std::shared_ptr<Snippet>>& array);
 
   private:
+    void noteAbbreviationsChanged();
+
     const Clock* clock_;
     std::optional<XCDUUID> uuid_;
     bool initialized_ = false;
@@ -128,7 +142,7 @@ class Snippet {
     std::optional<Date> dateModified_;
     std::atomic<double> lastTimeUsed_;
     std::optional<String> note_;
-    SnippetGroup* parentGroup_ = nullptr;
+    std::shared_ptr<SnippetGroupLink> parentGroup_;
 };
 
 } // namespace dresk

@@ -5,7 +5,13 @@
 namespace dresk {
 
 SnippetGroup::SnippetGroup(const Clock& clock)
-    : clock_(&clock), uuid_(XCDUUID()), dateCreated_(clock.now()) {}
+    : clock_(&clock), uuid_(XCDUUID()), dateCreated_(clock.now()) {
+    link_->group = this;
+}
+
+SnippetGroup::~SnippetGroup() {
+    link_->group = nullptr;
+}
 
 std::shared_ptr<SnippetGroup> SnippetGroup::initWithUUIDString(StringView text,
                                                                const Clock& clock) {
@@ -30,6 +36,7 @@ String SnippetGroup::menuTitle() const {
 void SnippetGroup::addItem(std::shared_ptr<Snippet> item) {
     item->setParentGroup(this);
     items_.push_back(std::move(item));
+    link_->abbreviationsChanged = true;
 }
 
 void SnippetGroup::addItems(const Items& items) {
@@ -39,12 +46,25 @@ void SnippetGroup::addItems(const Items& items) {
 
 void SnippetGroup::removeItem(const Snippet& item) {
     std::erase_if(items_, [&](const auto& other) { return other.get() == &item; });
+    link_->abbreviationsChanged = true;
 }
 
 void SnippetGroup::setItems(Items items) {
     items_ = std::move(items);
     for (const auto& item : items_)
         item->setParentGroup(this);
+    link_->abbreviationsChanged = true;
+}
+
+const AbbreviationIndex& SnippetGroup::abbreviationIndex() const {
+    if (link_->abbreviationsChanged) {
+        const std::lock_guard lock(abbreviationIndexMutex_);
+        if (link_->abbreviationsChanged) {
+            abbreviationIndex_.build(items_);
+            link_->abbreviationsChanged = false;
+        }
+    }
+    return abbreviationIndex_;
 }
 
 std::shared_ptr<Snippet> SnippetGroup::findSnippetWithAbbreviation(StringView abbreviation) const {

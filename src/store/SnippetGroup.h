@@ -1,8 +1,10 @@
 #pragma once
 
+#include <mutex>
 #include <shared_mutex>
 
 #include "Foundation/CharacterSet.h"
+#include "store/AbbreviationIndex.h"
 #include "store/DRFunctionAvailability.h"
 #include "store/Snippet.h"
 
@@ -40,6 +42,8 @@ class SnippetGroup {
     explicit SnippetGroup(const Clock& clock = systemClock());
     SnippetGroup(const SnippetGroup&) = delete;
     SnippetGroup& operator=(const SnippetGroup&) = delete;
+    /// Snippets that outlive the group have no parent group from then on.
+    ~SnippetGroup();
     /// Null if the text is no identity.
     static std::shared_ptr<SnippetGroup> initWithUUIDString(StringView text,
                                                             const Clock& clock = systemClock());
@@ -63,6 +67,10 @@ class SnippetGroup {
     void setItems(Items items);
     /// First item with exactly that abbreviation, or null.
     std::shared_ptr<Snippet> findSnippetWithAbbreviation(StringView abbreviation) const;
+    /// Index of the items' abbreviations and aliases. Built anew at the first use after a change of
+    /// them; the shared data lock is enough, and the index holds until that lock is released.
+    const AbbreviationIndex& abbreviationIndex() const;
+    const std::shared_ptr<SnippetGroupLink>& link() const { return link_; }
 
     std::int32_t expandAfter() const { return expandAfter_; }
     void setExpandAfter(std::int32_t value) { expandAfter_ = value; }
@@ -123,6 +131,9 @@ class SnippetGroup {
     Date dateCreated_;
     std::optional<String> name_;
     Items items_;
+    std::shared_ptr<SnippetGroupLink> link_ = std::make_shared<SnippetGroupLink>();
+    mutable std::mutex abbreviationIndexMutex_;
+    mutable AbbreviationIndex abbreviationIndex_;
     std::int32_t expandAfter_ = ExpandAfter::Delimiter;
     std::optional<CharacterSet> expandAfterDelimiters_;
     std::int32_t expandTrigger_ = ExpandTrigger::Immediately;

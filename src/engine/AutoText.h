@@ -1,0 +1,204 @@
+#pragma once
+
+#include <thread>
+
+#include "Foundation/RunLoop.h"
+#include "engine/FeedbackSound.h"
+#include "engine/HeadlessSuggestionController.h"
+#include "engine/SnippetQuickSearchController.h"
+#include "engine/UndoInformation.h"
+#include "language/SnippetParser.h"
+#include "seam/SystemInputService.h"
+
+namespace dresk {
+
+/// The engine: follows what is typed in any application, finds the abbreviation that a key
+/// completes and has the snippet's content sent in its place. It never reads an application's
+/// text; it keeps the letters typed since the caret last moved for an unknown reason.
+///
+/// Made and destroyed on the main thread, while the service delivers nothing. Observers run on the
+/// tap thread inside the key's handler; window work is posted to the main thread. Where an
+/// operation names no thread, any thread may call it.
+///
+/// Locks, in the order in which they may be taken: the data lock of the groups (shared), then
+/// `mutex_`. Neither is held while a job is sent or a window is called.
+class AutoText {
+  public:
+    /// Created disabled and without groups. All three outlive the engine.
+    AutoText(SystemInputService& systemInputService,
+             BundleIdentifierResolver& bundleIdentifierResolver, RunLoop& mainRunLoop);
+    AutoText(const AutoText&) = delete;
+    AutoText& operator=(const AutoText&) = delete;
+    ~AutoText();
+
+    /// Set before the service delivers; borrowed. The suggestion list works without a window when
+    /// none is given.
+    void setSnippetGroups(const SnippetGroupList* snippetGroups) { snippetGroups_ = snippetGroups; }
+    void setSnippetParser(SnippetParser* snippetParser) { snippetParser_ = snippetParser; }
+    void setSnippetSuggestionController(SnippetSuggestionController& controller);
+    void setSnippetQuickSearchController(SnippetQuickSearchController& controller);
+
+    bool enabled() const { return enabled_; }
+    /// A real change forgets what was typed.
+    void setEnabled(bool enabled);
+    void setPlayFeedbackSound(bool play) { playFeedbackSound_ = play; }
+    void setFeedbackSound(std::shared_ptr<FeedbackSound> sound);
+    /// Which modifier turns digits into row selectors: 0 none, 1 Shift, 2 Control, 3 Option, 4
+    /// Command. Main thread.
+    void setSnippetSelectorKeyModifier(std::uint64_t modifier);
+
+    /// Forgets what was typed and closes the suggestion list.
+    void clear();
+    /// The letters typed so far.
+    String letters() const;
+    /// The snippet expanded last; null when there is none or it has been deleted.
+    std::shared_ptr<Snippet> lastUsedSnippet() const;
+    std::optional<UndoInformation> undoInfo() const;
+    std::optional<String> inputSourceIdentifier() const;
+    void refreshInputSourceIdentifier();
+
+    // Observers of the service.
+    void onSystemInputServiceKeyDown(ZPKeyEventArgs* args);
+    void onSystemInputServiceMouseDown(ZPMouseEventArgs* args);
+    void onSystemInputServiceInputContextChanged(ZPObject* args);
+    void onSystemInputServiceUnregisteredHotKeyPressed(ZPUnregisteredHotKeyPressedEventArgs* args);
+    void notifySelectedKeyboardInputSourceChanged(ZPObject* args);
+
+    /// The snippets that the letters complete, in the order of the choice list. `letters` holds the
+    /// current key, `lettersWithoutSeparator` does not; `trigger` is the first unit of that key, 0
+    /// for the expansion hot key.
+    SnippetMatches findSnippetsInLetters(StringView letters, char16_t trigger,
+                                         StringView lettersWithoutSeparator);
+    /// Expands what was typed in the groups that wait for the hot key. Tap thread.
+    void expandAtHotkey();
+
+    /// Erases `abbreviation` (null: nothing) and sends the snippet's content. Returns whether the
+    /// key that caused it is to be swallowed; false also when nothing was done.
+    bool sendSnippet(const std::shared_ptr<Snippet>& snippet,
+                     const std::optional<String>& abbreviation, std::int32_t snippetTrigger);
+    bool sendSnippetDirectly(const std::shared_ptr<Snippet>& snippet);
+    /// The last step: delivers the content with `output`, which may carry the erasing already; null
+    /// makes a new one.
+    void sendSnippet(const std::shared_ptr<Snippet>& snippet,
+                     const std::shared_ptr<SnippetExpandedContent>& content,
+                     std::int32_t snippetTrigger, std::shared_ptr<DROutput> output);
+    /// Takes the last expansion back and puts the abbreviation in its place, with the key that
+    /// triggered it or without. False when there is nothing to undo. Tap thread.
+    bool undo(bool withTrigger);
+
+    /// A new job, kept alive by the pool until the first drain after it has finished.
+    std::shared_ptr<DROutput> createOutput();
+    std::size_t outputPoolSize() const;
+
+    const SuggestionRows& suggestions() const { return suggestions_; }
+    bool snippetSuggestionWindowVisible() const {
+        return snippetSuggestionController_->isVisible();
+    }
+    bool snippetQuickSearchWindowVisible() const {
+        return snippetQuickSearchController_ != nullptr &&
+               snippetQuickSearchController_->isVisible();
+    }
+    void hideSnippetSuggestion();
+    // Main thread.
+    void showSnippetSuggestion();
+    void refreshSnippetSuggestionController();
+    void acceptSuggestion();
+    void snippetSuggestionSuggestionSelected();
+
+  private:
+    // Routing.
+    void routeKey(ZPKeyEventArgs& args);
+    bool processSteeringKey(ZPKeyEventArgs& args);
+    bool processListKey(ZPKeyEventArgs& args);
+    bool processSelectorKey(ZPKeyEventArgs& args);
+    bool processSnippetSelectorHotKey(char16_t digit);
+    void processNormalKeyDown(ZPKeyEventArgs& args);
+    void deleteLastLetter();
+    void appendLetters(const std::optional<String>& typed);
+    void setLetters(String letters);
+    /// Notes which thread delivers keys: what is sent there has gone when sendOutput returns.
+    void noteTapThread() { tapThread_ = std::this_thread::get_id(); }
+    bool onTapThread() const { return tapThread_.load() == std::this_thread::get_id(); }
+    void postToMain(std::string_view operation, void (AutoText::*call)());
+
+    // Matching. The data lock is held shared, and mutex_.
+    std::shared_lock<std::shared_mutex> lockGroups() const;
+    const SnippetGroupArray& groups() const;
+    void findSnippets(StringView letters, char16_t trigger, StringView lettersWithoutSeparator,
+                      SnippetMatches& pairs);
+    bool takesTrigger(const SnippetGroup& group, char16_t trigger) const;
+    bool isAvailable(const SnippetGroup& group, std::optional<String>& bundleIdentifier);
+    void checkGroupWithPrefix(const SnippetGroup& group, SuffixHashes& hashes,
+                              SnippetMatches& pairs);
+    void checkGroup(const SnippetGroup& group, SuffixHashes& hashes, Range prefixRange,
+                    bool checkExpandAfter, SnippetMatches& pairs);
+    std::optional<StringView> checkAbbreviation(StringView abbreviation, StringView letters,
+                                                const SnippetGroup& group, bool caseSensitive,
+                                                bool checkExpandAfter) const;
+    bool checkExpandAfterOfGroup(const SnippetGroup& group, StringView letters,
+                                 std::uint64_t index) const;
+    bool standsBehindDigits(StringView letters, std::uint64_t index) const;
+    void chooseBetween(SnippetMatches matches);
+
+    // Expansion.
+    struct Expansion;
+    std::optional<Expansion> prepareExpansion(const std::shared_ptr<Snippet>& snippet,
+                                              const std::optional<String>& abbreviation,
+                                              std::int32_t snippetTrigger);
+    /// What became of a job as far as its giver can know.
+    struct Sent {
+        /// The content's text.
+        String text;
+        bool cancelTrigger;
+    };
+    Sent deliver(const std::shared_ptr<Snippet>& snippet, std::int64_t contentType,
+                 const std::shared_ptr<DROutput>& output,
+                 const std::shared_ptr<SnippetExpandedContent>& content);
+    Sent send(const std::shared_ptr<DROutput>& output);
+    static std::uint64_t backspaceLengthOfSnippet(const Snippet& snippet,
+                                                  const std::optional<String>& abbreviation,
+                                                  std::int32_t snippetTrigger);
+    void rememberUndo(const Sent& sent, std::int32_t expandTrigger,
+                      const std::optional<String>& abbreviation);
+    void playFeedback();
+    void drainOutputPool();
+
+    // Suggestions.
+    void sendSuggestionAtIndex(std::size_t index, std::int32_t snippetTrigger);
+    void nextSuggestion() { snippetSuggestionController_->nextSuggestion(); }
+    void previousSuggestion() { snippetSuggestionController_->previousSuggestion(); }
+
+    SystemInputService& macInputService_;
+    BundleIdentifierResolver& bundleIdentifierResolver_;
+    RunLoop& mainRunLoop_;
+    const CharacterSet defaultDelimiters_{DefaultDelimiters};
+    const SnippetGroupList* snippetGroups_ = nullptr;
+    SnippetParser* snippetParser_ = nullptr;
+
+    std::atomic<bool> enabled_{false};
+    std::atomic<bool> playFeedbackSound_{false};
+    std::atomic<std::uint64_t> snippetSelectorKeyModifier_{0};
+    std::atomic<std::thread::id> tapThread_{};
+
+    /// Guards what follows, down to the blank line.
+    mutable std::mutex mutex_;
+    String letters_;
+    std::optional<UndoInformation> undoInfo_;
+    std::weak_ptr<Snippet> lastUsedSnippet_;
+    std::optional<String> inputSourceIdentifier_;
+    std::shared_ptr<FeedbackSound> feedbackSound_;
+    /// Kept from key to key for their memory.
+    SuffixHashes hashesWithKey_;
+    SuffixHashes hashesWithoutKey_;
+    std::vector<AbbreviationIndex::Hit> hits_;
+
+    mutable std::mutex outputPoolMutex_;
+    std::vector<std::shared_ptr<DROutput>> outputPool_;
+
+    SuggestionRows suggestions_;
+    HeadlessSuggestionController headlessSuggestionController_;
+    SnippetSuggestionController* snippetSuggestionController_ = &headlessSuggestionController_;
+    SnippetQuickSearchController* snippetQuickSearchController_ = nullptr;
+};
+
+} // namespace dresk

@@ -1,0 +1,198 @@
+#include "engine/AutoText.h"
+
+namespace dresk {
+
+namespace {
+
+constexpr double DrainInterval = 10.0;
+
+std::int32_t expandTriggerOf(const Snippet& snippet) {
+    const SnippetGroup* group = snippet.parentGroup();
+    return group != nullptr ? group->expandTrigger() : ExpandTrigger::Immediately;
+}
+
+} // namespace
+
+/// What one expansion needs of the records, read while the data lock was held.
+struct AutoText::Expansion {
+    std::shared_ptr<SnippetExpandedContent> content;
+    std::int64_t contentType;
+    std::int32_t expandTrigger;
+    std::uint64_t backspaceCount;
+};
+
+std::shared_ptr<DROutput> AutoText::createOutput() {
+    auto output = std::make_shared<DROutput>();
+    const std::lock_guard lock(outputPoolMutex_);
+    outputPool_.push_back(output);
+    return output;
+}
+
+std::size_t AutoText::outputPoolSize() const {
+    const std::lock_guard lock(outputPoolMutex_);
+    return outputPool_.size();
+}
+
+void AutoText::drainOutputPool() {
+    {
+        const std::lock_guard lock(outputPoolMutex_);
+        std::erase_if(outputPool_, [](const auto& output) { return output->finished.load(); });
+    }
+    mainRunLoop_.callAfter(DrainInterval, {this, "drainOutputPool"}, [this] { drainOutputPool(); });
+}
+
+std::uint64_t AutoText::backspaceLengthOfSnippet(const Snippet& snippet,
+                                                 const std::optional<String>& abbreviation,
+                                                 std::int32_t snippetTrigger) {
+    if (!abbreviation.has_value() || abbreviation->empty())
+        return 0;
+    const std::int32_t expandTrigger = expandTriggerOf(snippet);
+    // The key that completes the abbreviation has not reached the application.
+    if (expandTrigger == ExpandTrigger::Immediately)
+        return abbreviation->size() - (snippetTrigger == SnippetTrigger::Typed ? 1 : 0);
+    // On an ambiguous list the delimiter went through and must go as well.
+    const bool delimiterStands = (snippetTrigger & SnippetTrigger::AmbiguousListFlag) != 0 &&
+                                 expandTrigger != ExpandTrigger::AtHotKey;
+    return abbreviation->size() + (delimiterStands ? 1 : 0);
+}
+
+// Null when there is nothing to do.
+std::optional<AutoText::Expansion>
+AutoText::prepareExpansion(const std::shared_ptr<Snippet>& snippet,
+                           const std::optional<String>& abbreviation, std::int32_t snippetTrigger) {
+    const auto groupsLock = lockGroups();
+    // The source of a script is never typed as text.
+    if (snippetParser_ == nullptr || snippet->isScript())
+        return std::nullopt;
+    auto content = snippetParser_->parseSnippet(*snippet, groups());
+    if (content == nullptr)
+        return std::nullopt;
+    // An expansion that would retype what is there does nothing at all.
+    if (snippet->contentType() == SnippetContentType::PlainText &&
+        !content->hasCaretLocationOrKeys() && abbreviation == content->string())
+        return std::nullopt;
+    snippet->updateLastTimeUsed();
+    content->setOriginalSnippet(snippet);
+    return Expansion{std::move(content), snippet->contentType(), expandTriggerOf(*snippet),
+                     backspaceLengthOfSnippet(*snippet, abbreviation, snippetTrigger)};
+}
+
+bool AutoText::sendSnippet(const std::shared_ptr<Snippet>& snippet,
+                           const std::optional<String>& abbreviation, std::int32_t snippetTrigger) {
+    clear();
+    const auto expansion = prepareExpansion(snippet, abbreviation, snippetTrigger);
+    if (!expansion.has_value())
+        return false;
+    const auto output = createOutput();
+    output->trigger = snippetTrigger;
+    output->backspaceCount = expansion->backspaceCount;
+    // A delimiter that arrived behind the text would land in the wrong place when the caret is to
+    // end inside it.
+    output->cancelTrigger =
+        expansion->expandTrigger != ExpandTrigger::AtDelimiter || expansion->content->hasCaret();
+    const Sent sent = deliver(snippet, expansion->contentType, output, expansion->content);
+    rememberUndo(sent, expansion->expandTrigger, abbreviation);
+    return sent.cancelTrigger;
+}
+
+bool AutoText::sendSnippetDirectly(const std::shared_ptr<Snippet>& snippet) {
+    return sendSnippet(snippet, std::nullopt, SnippetTrigger::Direct);
+}
+
+void AutoText::sendSnippet(const std::shared_ptr<Snippet>& snippet,
+                           const std::shared_ptr<SnippetExpandedContent>& content,
+                           std::int32_t snippetTrigger, std::shared_ptr<DROutput> output) {
+    const std::int64_t contentType = [&] {
+        const auto groupsLock = lockGroups();
+        return snippet->contentType();
+    }();
+    if (output == nullptr) {
+        output = createOutput();
+        output->trigger = snippetTrigger;
+    }
+    deliver(snippet, contentType, output, content);
+}
+
+AutoText::Sent AutoText::deliver(const std::shared_ptr<Snippet>& snippet, std::int64_t contentType,
+                                 const std::shared_ptr<DROutput>& output,
+                                 const std::shared_ptr<SnippetExpandedContent>& content) {
+    {
+        const std::lock_guard lock(mutex_);
+        lastUsedSnippet_ = snippet;
+    }
+    if (contentType != SnippetContentType::PlainText && contentType != SnippetContentType::RichText)
+        return {content->string(), output->cancelTrigger};
+    output->snippetExpandedContent = content;
+    const bool hasVariables = !content->variables().empty();
+    Sent sent = send(output);
+    playFeedback();
+    // What was just sent can serve as the start of a further abbreviation.
+    if (!hasVariables)
+        setLetters(sent.text);
+    return sent;
+}
+
+// On the tap thread the job has been prepared when this returns, a suffix and a raised
+// cancelTrigger included. Elsewhere it may be under way by then and is not read again.
+AutoText::Sent AutoText::send(const std::shared_ptr<DROutput>& output) {
+    const auto content = output->snippetExpandedContent;
+    if (onTapThread()) {
+        macInputService_.sendOutput(output);
+        return {content->string(), output->cancelTrigger};
+    }
+    Sent sent{content->string(), output->cancelTrigger};
+    macInputService_.sendOutput(output);
+    return sent;
+}
+
+void AutoText::playFeedback() {
+    if (!playFeedbackSound_)
+        return;
+    const std::shared_ptr<FeedbackSound> sound = [&] {
+        const std::lock_guard lock(mutex_);
+        return feedbackSound_;
+    }();
+    if (sound != nullptr)
+        sound->play();
+}
+
+void AutoText::rememberUndo(const Sent& sent, std::int32_t expandTrigger,
+                            const std::optional<String>& abbreviation) {
+    UndoInformation info;
+    // The delimiter follows the expansion into the text.
+    info.backspaceCount = sent.text.size() + (sent.cancelTrigger ? 0 : 1);
+    info.text = abbreviation;
+    info.textWithTrigger = abbreviation;
+    if (abbreviation.has_value() && !abbreviation->empty()) {
+        if (expandTrigger == ExpandTrigger::Immediately)
+            info.text->pop_back();
+        else if (onTapThread())
+            info.textWithTrigger->append(macInputService_.lastKeyString().value_or(String()));
+    }
+    const std::lock_guard lock(mutex_);
+    undoInfo_ = std::move(info);
+}
+
+bool AutoText::undo(bool withTrigger) {
+    noteTapThread();
+    std::optional<UndoInformation> info;
+    {
+        const std::lock_guard lock(mutex_);
+        info.swap(undoInfo_);
+    }
+    if (!info.has_value())
+        return false;
+    String text = (withTrigger ? info->textWithTrigger : info->text).value_or(String());
+    auto content = std::make_shared<SnippetExpandedContent>();
+    content->setContent(text);
+    const auto output = createOutput();
+    output->trigger = SnippetTrigger::HotKey;
+    output->backspaceCount = info->backspaceCount;
+    output->snippetExpandedContent = std::move(content);
+    macInputService_.sendOutput(output);
+    playFeedback();
+    setLetters(std::move(text));
+    return true;
+}
+
+} // namespace dresk

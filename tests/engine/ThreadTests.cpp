@@ -1,0 +1,93 @@
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "Foundation/PollRunLoop.h"
+#include "engine/VirtualKey.h"
+#include "support/EngineRig.h"
+
+namespace dresk {
+namespace {
+
+/// Takes jobs from any thread and has done with them at once.
+class ThreadedService final : public ScriptedInputService {
+  public:
+    using ScriptedInputService::ScriptedInputService;
+    void sendOutput(const std::shared_ptr<DROutput>& output) override {
+        const std::lock_guard lock(mutex_);
+        sentLength += output->snippetExpandedContent->length();
+        output->finished = true;
+    }
+    std::uint64_t sentLength = 0;
+
+  private:
+    std::mutex mutex_;
+};
+
+// Keys on one thread, windows and edits on another, as in the program. What counts is that the
+// thread sanitizer stays silent and that every expansion that went out is whole.
+TEST(Threads, KeysAndEditsMeet) {
+    VirtualTime serviceTime;
+    ThreadedService service(serviceTime);
+    ScriptedApplications applications;
+    BundleIdentifierResolver resolver(applications);
+    SnippetGroupList list;
+    SnippetParser parser;
+    PollRunLoop mainLoop;
+    AutoText engine(service, resolver, mainLoop);
+    for (const std::int32_t trigger : {ExpandTrigger::Immediately, ExpandTrigger::AtDelimiter}) {
+        auto group = std::make_shared<SnippetGroup>();
+        group->setExpandTrigger(trigger);
+        group->setExpandAfter(ExpandAfter::Anything);
+        list.groups.push_back(group);
+    }
+    const auto edited = Snippet::initWithAbbreviation(u"xy", u"content");
+    list.groups[0]->addItem(edited);
+    for (const auto* content : {u"one", u"two"})
+        list.groups[1]->addItem(Snippet::initWithAbbreviation(u"ab", content));
+    engine.setSnippetGroups(&list);
+    engine.setSnippetParser(&parser);
+    engine.setEnabled(true);
+
+    std::atomic<bool> typed{false};
+    std::thread tap([&] {
+        for (int i = 0; i < 400; ++i) {
+            service.type(u"q xy ab ");
+            service.press({u"\r", VirtualKey::Return});
+            service.press({std::nullopt, VirtualKey::Down});
+            service.type(u"12");
+            engine.undo(true);
+        }
+        typed = true;
+        mainLoop.stop();
+    });
+    std::thread editor([&] {
+        for (int i = 0; !typed; ++i) {
+            const std::lock_guard lock(list.lock);
+            edited->setAbbreviation(i % 2 == 0 ? u"yx" : u"xy");
+            edited->setPlainTextContent(String(static_cast<std::size_t>(i % 5) + 1, u'c'));
+            auto extra = Snippet::initWithAbbreviation(u"q", u"extra");
+            list.groups[0]->addItem(extra);
+            list.groups[0]->removeItem(*extra);
+        }
+    });
+    std::thread other([&] {
+        while (!typed) {
+            engine.clear();
+            engine.refreshInputSourceIdentifier();
+            engine.setEnabled(true);
+            (void)engine.letters();
+            (void)engine.lastUsedSnippet();
+            (void)engine.suggestions().rows();
+        }
+    });
+    mainLoop.run();
+    tap.join();
+    editor.join();
+    other.join();
+    mainLoop.runOnce(0);
+    EXPECT_GT(service.sentLength, 0U);
+}
+
+} // namespace
+} // namespace dresk
