@@ -22,6 +22,9 @@ class KeyCapture : public ServiceTest {
         enable();
     }
     void flags(std::uint64_t held) { desktop.holdModifiers(held); }
+    void disableTaps(EventType reason) {
+        desktop.performOnTapThread([&] { desktop.eventTaps().disableKeyTaps(reason); });
+    }
 
     GeneralHotKey commandAlone{KeyModifier::Command, NoKeyCode};
     GeneralHotKey commandV{KeyModifier::Command, KeyV};
@@ -198,14 +201,14 @@ TEST_F(KeyCapture, PassesEverythingWhileSendingOrDisabled) {
 
 TEST_F(KeyCapture, ComesBackAfterATimeoutEvenWhileSending) {
     service.beginSending();
-    desktop.eventTaps().disableKeyTaps(EventType::TapDisabledByTimeout);
+    disableTaps(EventType::TapDisabledByTimeout);
     service.endSending();
     EXPECT_EQ(logged, (std::vector<std::string>{"Event tap was disabled by timeout"}));
     desktop.typeText(u"x");
     EXPECT_EQ(observer.take(), "down:7\"x\"");
 
     testing::internal::CaptureStdout();
-    desktop.eventTaps().disableKeyTaps(EventType::TapDisabledByUserInput);
+    disableTaps(EventType::TapDisabledByUserInput);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Event tap was disabled by user input\n");
     desktop.typeText(u"x");
     EXPECT_EQ(observer.take(), "");

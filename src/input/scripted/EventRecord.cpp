@@ -9,10 +9,10 @@ namespace dresk {
 namespace {
 
 std::string keyText(const DesktopEvent& event) {
-    const std::string key = modifierPrefix(event.flags) + keyName(event.keyCode);
+    std::string key = modifierPrefix(event.flags) + keyName(event.keyCode);
     if (event.unicodeString.empty())
         return key;
-    const std::string text = quotedText(event.unicodeString);
+    std::string text = quotedText(event.unicodeString);
     return event.keyCode == 0 && event.flags == 0 ? text : key + " " + text;
 }
 
