@@ -137,6 +137,8 @@ class MacInputService final : public SystemInputService {
     void setSecureInputState(bool enabled);
 
     // Capture.
+    /// False only when another thread is known to be the tap thread; for assertions.
+    bool mayBeTapThread() const;
     bool cgEventCallback(EventTapProxy proxy, const DesktopEvent& event);
     bool cgEventCallbackWithProxy(EventTapProxy proxy, const DesktopEvent& event);
     void enableKeyTapAgain();

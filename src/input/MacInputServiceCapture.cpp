@@ -1,3 +1,4 @@
+#include <cassert>
 #include <cstdio>
 
 #include "Foundation/Log.h"
@@ -15,6 +16,11 @@ std::int32_t modifierSet(std::uint64_t flags) {
 
 } // namespace
 
+bool MacInputService::mayBeTapThread() const {
+    const std::lock_guard lock(mutex_);
+    return tapRunLoop_ == nullptr || tapRunLoop_->isCurrent();
+}
+
 // Both taps lead here. True drops the event.
 bool MacInputService::cgEventCallback(EventTapProxy proxy, const DesktopEvent& event) {
     if (event.type == EventType::TapDisabledByUserInput) {
@@ -25,6 +31,7 @@ bool MacInputService::cgEventCallback(EventTapProxy proxy, const DesktopEvent& e
 }
 
 bool MacInputService::cgEventCallbackWithProxy(EventTapProxy proxy, const DesktopEvent& event) {
+    assert(mayBeTapThread());
     if (event.type == EventType::TapDisabledByTimeout) {
         logLine("Event tap was disabled by timeout");
         enableKeyTapAgain();

@@ -127,6 +127,7 @@ class DesktopContract : public testing::TestWithParam<MakeDesktopDriver> {
     Desktop& desktop() { return driver_->desktop(); }
     EventTaps& taps() { return desktop().eventTaps(); }
     EventTap& tap() { return *tap_; }
+    RunLoop& tapLoop() { return thread_->runLoop(); }
 
   private:
     std::unique_ptr<DesktopDriver> driver_ = GetParam()();
@@ -208,6 +209,50 @@ TEST_P(DesktopContract, SwallowedAndReplacedKeysKeepTheOrderOfTyping) {
     }));
     driver().typeText(u"axbxxc");
     expectTarget(u"ayzbyzyzc");
+}
+
+TEST_P(DesktopContract, NoKeyIsLostWhileBatchesGoOut) {
+    constexpr int Batches = 5;
+    ASSERT_TRUE(startTap([&](EventTapProxy proxy, const DesktopEvent& event) {
+        if (event.unicodeString != u"x")
+            return false;
+        for (int i = 0; event.type == EventType::KeyDown && i < Batches; ++i)
+            tapLoop().callAfter(0.01 * i, {this, "batch"}, [&, proxy] {
+                if (taps().prepareToType(u"##"))
+                    type(taps(), proxy, u"##");
+            });
+        return true;
+    }));
+    const StringView typed = u"abcdefghijklmnopqrstuvw";
+    driver().typeText(u"x");
+    driver().typeText(typed);
+    EXPECT_TRUE(driver().pumpUntil([&] {
+        return driver().targetText().size() == typed.size() + 2 * Batches;
+    })) << toUTF8(driver().targetText());
+    String letters = driver().targetText();
+    EXPECT_EQ(std::erase(letters, u'#'), 2U * Batches);
+    EXPECT_EQ(toUTF8(letters), toUTF8(typed));
+    tapLoop().cancelAll(this);
+}
+
+TEST_P(DesktopContract, HeldKeysDoNotChangeWhatIsPosted) {
+    constexpr std::uint16_t shiftKey = 56;
+    ASSERT_TRUE(startTap([&](EventTapProxy proxy, const DesktopEvent& event) {
+        if (event.keyCode != KeyX)
+            return false;
+        if (event.type == EventType::KeyDown && taps().prepareToType(u"[banana]"))
+            type(taps(), proxy, u"[banana]");
+        return true;
+    }));
+    for (const std::uint16_t held : {KeyA, shiftKey}) {
+        driver().pressKey(held);
+        driver().pressKey(KeyX);
+        driver().releaseKey(KeyX);
+        driver().releaseKey(held);
+    }
+    expectTarget(u"a[banana][banana]");
+    driver().typeText(u"a");
+    expectTarget(u"a[banana][banana]a");
 }
 
 TEST_P(DesktopContract, TextGoesOutAsItIs) {

@@ -15,8 +15,14 @@ class ScriptedDriver : public DesktopDriver {
 
     Desktop& desktop() override { return *desktop_; }
     void typeText(StringView text) override { desktop_->typeText(text); }
-    void pressKey(std::uint16_t keyCode) override { desktop_->pressKey(keyCode); }
-    void releaseKey(std::uint16_t keyCode) override { desktop_->releaseKey(keyCode); }
+    void pressKey(std::uint16_t keyCode) override {
+        if (!toggleModifier(keyCode))
+            desktop_->pressKey(keyCode, heldFlags_);
+    }
+    void releaseKey(std::uint16_t keyCode) override {
+        if (!toggleModifier(keyCode))
+            desktop_->releaseKey(keyCode);
+    }
     void pressMouse() override { desktop_->pressMouse(); }
     void switchFocus(bool toOther) override {
         desktop_->performOnTapThread([this, toOther] {
@@ -31,8 +37,18 @@ class ScriptedDriver : public DesktopDriver {
     }
 
   private:
+    bool toggleModifier(std::uint16_t keyCode) {
+        for (const ModifierKey& modifier : ModifierKeys)
+            if (modifier.keyCode == keyCode) {
+                desktop_->holdModifiers(heldFlags_ ^= modifier.flag);
+                return true;
+            }
+        return false;
+    }
+
     std::unique_ptr<ScriptedDesktop> desktop_;
     ProcessSerialNumber other_;
+    std::uint64_t heldFlags_ = 0;
 };
 
 struct HasTime {
@@ -44,6 +60,8 @@ class VirtualDriver final : private HasTime, public ScriptedDriver {
     void spend(double seconds) override { time.advance(seconds); }
     bool pumpUntil(const std::function<bool()>& condition) override {
         time.runPending();
+        for (int i = 0; i < 1000 && !condition(); ++i)
+            time.advance(0.01);
         return condition();
     }
 };

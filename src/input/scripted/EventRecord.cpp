@@ -9,10 +9,10 @@ namespace dresk {
 namespace {
 
 std::string keyText(const DesktopEvent& event) {
-    const std::string key = modifierPrefix(event.flags) + keyName(event.keyCode);
+    std::string key = modifierPrefix(event.flags) + keyName(event.keyCode);
     if (event.unicodeString.empty())
         return key;
-    const std::string text = quoted(event.unicodeString);
+    std::string text = quotedText(event.unicodeString);
     return event.keyCode == 0 && event.flags == 0 ? text : key + " " + text;
 }
 
@@ -99,7 +99,7 @@ std::string eventText(const DesktopEvent& event) {
     }
 }
 
-std::string quoted(StringView text) {
+std::string quotedText(StringView text) {
     String escaped;
     for (const char16_t unit : text) {
         if (unit == u'"' || unit == u'\\')

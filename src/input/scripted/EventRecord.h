@@ -25,6 +25,6 @@ std::vector<std::string> recordedLines(const std::vector<RecordedEvent>& events)
 std::string eventText(const DesktopEvent& event);
 
 /// The text in double quotes, with \n, \r, \t, \" and \uXXXX for what does not print.
-std::string quoted(StringView text);
+std::string quotedText(StringView text);
 
 } // namespace dresk

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Foundation/String.h"
+
+namespace dresk {
+
+/// What the command line of dresk-play says.
+struct PlayOptions {
+    struct SnippetDefinition {
+        String abbreviation;
+        String content;
+        /// An ExpandTrigger.
+        std::int32_t expandTrigger;
+    };
+
+    std::vector<SnippetDefinition> snippets;
+    /// Name of a scripted layout.
+    String layout = u"us";
+    /// Key notation in UTF-8; null to read it from standard input.
+    std::optional<std::string> typed;
+    bool trace = false;
+    bool help = false;
+    bool version = false;
+
+    /// `arguments` without the program's name. Null, and `error` says why, when they make no sense.
+    static std::optional<PlayOptions> parse(const std::vector<std::string>& arguments,
+                                            std::string& error);
+};
+
+} // namespace dresk

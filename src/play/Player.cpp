@@ -1,0 +1,83 @@
+#include "play/Player.h"
+
+#include <algorithm>
+
+namespace dresk {
+
+namespace {
+
+constexpr double SecondsPerKey = 0.1;
+/// Longer than any sensible pause inside an expansion.
+constexpr double SecondsToFinish = 3600;
+
+GeneralHotKey hotKey(const KeyPress& press) {
+    return {static_cast<std::int32_t>((press.flags >> 17) & 15), press.keyCode};
+}
+
+} // namespace
+
+Player::Player(const PlayOptions& options)
+    : expandHotKey_(hotKey(ExpandKey)), undoHotKey_(hotKey(UndoKey)) {
+    addSnippets(options.snippets);
+    autoText_.setSnippetGroups(&snippetGroups_);
+    autoText_.setSnippetParser(&snippetParser_);
+    autoText_.setEnabled(true);
+    macInputService_.setSnippetGroupList(&snippetGroups_);
+    macInputService_.registerHotKey(&expandHotKey_);
+    macInputService_.registerHotKey(&undoHotKey_);
+    macInputService_.hotKeysPressed().addObserver(this, &Player::onHotKeysPressed);
+    macInputService_.enableEvents();
+    time_.runPending();
+    desktop_.selectLayout(options.layout);
+}
+
+Player::~Player() {
+    macInputService_.disableEvents();
+}
+
+void Player::addSnippets(const std::vector<PlayOptions::SnippetDefinition>& definitions) {
+    auto& groups = snippetGroups_.groups;
+    for (const auto& definition : definitions) {
+        auto group = std::find_if(groups.begin(), groups.end(), [&](const auto& other) {
+            return other->expandTrigger() == definition.expandTrigger;
+        });
+        if (group == groups.end()) {
+            group = groups.insert(group, std::make_shared<SnippetGroup>(time_));
+            (*group)->setExpandTrigger(definition.expandTrigger);
+        }
+        (*group)->addItem(
+            Snippet::initWithAbbreviation(definition.abbreviation, definition.content, time_));
+    }
+}
+
+void Player::onHotKeysPressed(ZPHotKeysPressedEventArgs* args) {
+    for (const GeneralHotKey* pressed : args->hotKeys()) {
+        args->cancel = true;
+        if (pressed == &expandHotKey_)
+            autoText_.expandAtHotkey();
+        else
+            autoText_.undo(false);
+    }
+}
+
+void Player::play(const std::vector<PlayStep>& steps) {
+    for (const PlayStep& step : steps) {
+        double seconds = SecondsPerKey;
+        if (const auto* codePoint = std::get_if<char32_t>(&step)) {
+            String character;
+            appendCodePoint(character, *codePoint);
+            desktop_.typeText(character);
+        } else if (const auto* press = std::get_if<KeyPress>(&step)) {
+            desktop_.typeKey(press->keyCode, press->flags);
+        } else {
+            seconds = std::get<PlayPause>(step).seconds;
+        }
+        time_.advance(seconds);
+    }
+}
+
+void Player::finish() {
+    time_.advance(SecondsToFinish);
+}
+
+} // namespace dresk

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "engine/AutoText.h"
+#include "input/MacInputService.h"
+#include "input/scripted/ScriptedDesktop.h"
+#include "play/KeyNotation.h"
+#include "play/PlayOptions.h"
+
+namespace dresk {
+
+/// The whole engine on a desktop in memory, in virtual time: nothing waits, and the same steps
+/// always give the same text.
+class Player {
+  public:
+    explicit Player(const PlayOptions& options);
+    ~Player();
+
+    /// Types at ten keys a second.
+    void play(const std::vector<PlayStep>& steps);
+    /// Lets everything that is under way come to its end, however long its pauses are.
+    void finish();
+    /// What the text field holds.
+    String text() { return desktop_.text(); }
+    /// What was posted, a line for each moment.
+    std::vector<std::string> trace() const { return desktop_.postedLines(); }
+
+  private:
+    void addSnippets(const std::vector<PlayOptions::SnippetDefinition>& definitions);
+    void onHotKeysPressed(ZPHotKeysPressedEventArgs* args);
+
+    VirtualTime time_;
+    VirtualRunLoop mainRunLoop_{time_};
+    ScriptedDesktop desktop_{time_};
+    BundleIdentifierResolver bundleIdentifierResolver_{desktop_.processes()};
+    SnippetGroupList snippetGroups_;
+    SnippetParser snippetParser_;
+    GeneralHotKey expandHotKey_;
+    GeneralHotKey undoHotKey_;
+    MacInputService macInputService_{desktop_, bundleIdentifierResolver_, mainRunLoop_};
+    AutoText autoText_{macInputService_, bundleIdentifierResolver_, mainRunLoop_};
+};
+
+} // namespace dresk
