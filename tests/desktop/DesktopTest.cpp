@@ -40,16 +40,21 @@ void DesktopTest::TearDown() {
         const std::string path = picturePathOfCurrentTest();
         std::cout << (saveScreenshot(path) ? "screenshot: " : "no screenshot: ") << path << '\n';
     }
+    programs_.clear();
+    targets_.clear();
 }
 
-std::unique_ptr<TextTarget> DesktopTest::startTarget(TextTarget::Kind kind) {
+TextTarget* DesktopTest::startTarget(TextTarget::Kind kind) {
     std::string error;
     auto target = TextTarget::start(kind, error);
-    EXPECT_NE(target, nullptr) << error;
-    return target;
+    if (target == nullptr) {
+        ADD_FAILURE() << error;
+        return nullptr;
+    }
+    return targets_.emplace_back(std::move(target)).get();
 }
 
-std::unique_ptr<ChildProcess> DesktopTest::startProgram(const std::vector<std::string>& command) {
+ChildProcess* DesktopTest::startProgram(const std::vector<std::string>& command) {
     constexpr double SecondsToStart = 20;
     auto program = ChildProcess::start(command);
     if (program == nullptr) {
@@ -58,7 +63,7 @@ std::unique_ptr<ChildProcess> DesktopTest::startProgram(const std::vector<std::s
     }
     while (const auto line = program->readLine(SecondsToStart)) {
         if (*line == "ready") {
-            return program;
+            return programs_.emplace_back(std::move(program)).get();
         }
         std::cout << command[0] << ": " << *line << '\n';
     }

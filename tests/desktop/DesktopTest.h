@@ -17,10 +17,12 @@ class DesktopTest : public testing::Test {
     void SetUp() override;
     void TearDown() override;
 
-    /// Starts an application and gives it the focus; fails the test if it does not come up.
-    std::unique_ptr<TextTarget> startTarget(TextTarget::Kind kind);
-    /// Starts a program under test and waits until it prints the line "ready".
-    static std::unique_ptr<ChildProcess> startProgram(const std::vector<std::string>& command);
+    /// Starts an application that runs to the end of the test and waits until it has the focus.
+    /// Null, and the test fails, if it does not come up.
+    TextTarget* startTarget(TextTarget::Kind kind);
+    /// Starts a program under test, which runs to the end of the test, and waits until it prints
+    /// the line "ready". Null, and the test fails, if it does not.
+    ChildProcess* startProgram(const std::vector<std::string>& command);
     KeyInjector& keys() { return *keys_; }
     /// Types and fails the test when a character is not on the keyboard.
     void type(StringView text, TypingPace pace = {});
@@ -32,6 +34,8 @@ class DesktopTest : public testing::Test {
 
   private:
     std::unique_ptr<KeyInjector> keys_;
+    std::vector<std::unique_ptr<TextTarget>> targets_;
+    std::vector<std::unique_ptr<ChildProcess>> programs_;
 };
 
 /// How often each key went down, by X key code, among the events of a target.

@@ -164,12 +164,17 @@ void TextTarget::clear() {
 }
 
 bool TextTarget::focus() {
+    constexpr double SecondsToAskAgain = 0.5;
+    const Deadline deadline(SecondsToAnswer);
     // The answer comes behind what was announced before.
     text();
-    if (!focused_) {
+    // A request is lost when the window manager passes it on with a time older than the last change
+    // of the focus.
+    while (!focused_ && !deadline.passed()) {
         activate(window_);
+        awaitLine([this](const std::string&) { return focused_; }, SecondsToAskAgain);
     }
-    return focused_ || awaitLine([this](const std::string&) { return focused_; }, SecondsToAnswer);
+    return focused_;
 }
 
 std::vector<TargetKey> TextTarget::keys() {
