@@ -1,6 +1,5 @@
 #include "desktop/TargetControl.h"
 
-#include <cstring>
 #include <sstream>
 
 #include <sys/socket.h>
@@ -36,10 +35,11 @@ bool TargetControl::connect(const char* path, Handlers handlers) {
     handlers_ = std::move(handlers);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (std::strlen(path) >= sizeof(address.sun_path)) {
+    const std::string_view name(path);
+    if (name.size() >= sizeof(address.sun_path)) {
         return false;
     }
-    std::strcpy(address.sun_path, path);
+    name.copy(address.sun_path, name.size());
     descriptor_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     return descriptor_ >= 0 &&
            ::connect(descriptor_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;

@@ -1,7 +1,6 @@
 #include "desktop/TextTarget.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <ostream>
 
 #include <sys/socket.h>
@@ -30,7 +29,8 @@ int listenInNewFolder(std::string& folder) {
     folder = name;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, (folder + std::string(SocketName)).c_str());
+    const std::string path = folder + std::string(SocketName);
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
         listen(listener, 1) != 0) {
