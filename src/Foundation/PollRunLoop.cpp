@@ -35,7 +35,9 @@ bool PollRunLoop::isCurrent() const {
     return thread_.load() == std::this_thread::get_id();
 }
 
-double PollRunLoop::now() const { return steadySeconds(); }
+double PollRunLoop::now() const {
+    return steadySeconds();
+}
 
 void PollRunLoop::addDescriptor(int descriptor, std::function<void()> handler,
                                 std::function<bool()> beforeWaiting) {

@@ -28,30 +28,30 @@ int openSignalDescriptor() {
 
 } // namespace
 
-Application::Application(Desktop& desktop, int heartbeatDescriptor,
-                         const MakeInputService& makeService)
+Application::Application(Desktop& desktop, int heartbeatDescriptor)
     : signalDescriptor_(openSignalDescriptor()), heartbeat_(heartbeatDescriptor),
       desktop_(desktop, heartbeat_), bundleIdentifierResolver_(desktop_.processes()),
-      macInputService_(makeService(desktop_, bundleIdentifierResolver_, mainRunLoop_)),
-      autoText_(*macInputService_, bundleIdentifierResolver_, mainRunLoop_) {
+      macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
+      autoText_(macInputService_, bundleIdentifierResolver_, mainRunLoop_) {
     if (signalDescriptor_ >= 0)
         mainRunLoop_.addDescriptor(signalDescriptor_, [this] { endOnSignals(); });
     snippetGroups_.groups = sampleSnippets();
+    macInputService_.setSnippetGroupList(&snippetGroups_);
     autoText_.setSnippetGroups(&snippetGroups_);
     autoText_.setSnippetParser(&snippetParser_);
     autoText_.setEnabled(true);
 }
 
 Application::~Application() {
-    macInputService_->disableEvents();
+    macInputService_.disableEvents();
     if (signalDescriptor_ >= 0)
         close(signalDescriptor_);
 }
 
 int Application::run() {
-    macInputService_->enableEvents();
+    macInputService_.enableEvents();
     mainRunLoop_.run();
-    macInputService_->disableEvents();
+    macInputService_.disableEvents();
     return 0;
 }
 

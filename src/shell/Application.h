@@ -2,6 +2,7 @@
 
 #include "Foundation/PollRunLoop.h"
 #include "engine/AutoText.h"
+#include "input/MacInputService.h"
 #include "shell/HeartbeatDesktop.h"
 
 namespace dresk {
@@ -10,13 +11,10 @@ namespace dresk {
 /// serves the main loop. Made on the main thread, before any other thread.
 class Application {
   public:
-    using MakeInputService = std::function<std::unique_ptr<SystemInputService>(
-        Desktop& desktop, BundleIdentifierResolver& resolver, RunLoop& mainRunLoop)>;
-
     /// `desktop` outlives the application. SIGTERM, SIGINT and SIGHUP are blocked from here on in
     /// this thread and those it makes, and end `run`. `heartbeatDescriptor` is the supervisor's
     /// pipe, negative for none.
-    Application(Desktop& desktop, int heartbeatDescriptor, const MakeInputService& makeService);
+    Application(Desktop& desktop, int heartbeatDescriptor);
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
     ~Application();
@@ -38,7 +36,7 @@ class Application {
     BundleIdentifierResolver bundleIdentifierResolver_;
     SnippetGroupList snippetGroups_;
     SnippetParser snippetParser_;
-    std::unique_ptr<SystemInputService> macInputService_;
+    MacInputService macInputService_;
     AutoText autoText_;
 };
 

@@ -10,9 +10,9 @@ struct Sample {
 };
 
 constexpr Sample Samples[] = {
-    {u"dsig", u"Kind regards,\n"}, {u"dmail", u"name@example.org"},
-    {u"dphone", u"+1 555 0100"},   {u"dthx", u"Thank you very much for your message."},
-    {u"ddash", u"\u2014"},         {u"darrow", u"\u2192"},
+    {u"sig", u"Kind regards,\n"}, {u"mymail", u"name@example.org"},
+    {u"myphone", u"+1 555 0100"}, {u"thx", u"Thank you very much for your message."},
+    {u"ddash", u"\u2014"},        {u"darrow", u"\u2192"},
 };
 
 } // namespace

@@ -2,7 +2,6 @@
 #include <string>
 
 #include "Foundation/Log.h"
-#include "input/MacInputService.h"
 #include "input/x11/X11Desktop.h"
 #include "shell/Application.h"
 #include "shell/CommandLine.h"
@@ -21,12 +20,7 @@ int runApplication(const CommandLine& commandLine, int heartbeatDescriptor) {
     }
     for (const std::string& file : commandLine.files)
         logLine("Cannot open " + file + ".");
-    Application application(
-        *desktop, heartbeatDescriptor,
-        [](Desktop& target, BundleIdentifierResolver& resolver, RunLoop& mainRunLoop) {
-            return std::make_unique<MacInputService>(target, resolver, mainRunLoop);
-        });
-    return application.run();
+    return Application(*desktop, heartbeatDescriptor).run();
 }
 
 } // namespace
