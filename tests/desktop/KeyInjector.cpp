@@ -225,6 +225,13 @@ std::vector<KeyInjector::TimedKey> KeyInjector::plan(const std::vector<KeyStroke
     return keys;
 }
 
+void KeyInjector::click() {
+    for (const std::uint8_t type : {XCB_BUTTON_PRESS, XCB_BUTTON_RELEASE})
+        xcb_test_fake_input(outer_, type, XCB_BUTTON_INDEX_1, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0,
+                            0, 0);
+    xcb_flush(outer_);
+}
+
 void KeyInjector::send(bool press, std::uint8_t key) {
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(outer_)).data->root;
     xcb_test_fake_input(outer_, press ? XCB_KEY_PRESS : XCB_KEY_RELEASE, key, XCB_CURRENT_TIME,

@@ -38,6 +38,8 @@ class KeyInjector {
     void press(std::uint8_t key);
     void release(std::uint8_t key);
     void tap(std::uint8_t key, double hold = 0.009);
+    /// Presses and releases the left button where the pointer is.
+    void click();
     /// Types the text key by key and returns when the last key is up. False, with nothing typed,
     /// when the layout lacks a character.
     [[nodiscard]] bool type(StringView text, TypingPace pace = {});

@@ -196,7 +196,7 @@ TEST_P(DesktopContract, PostedEventsComeBeforeThePassedKeyAndAreNotSeenAgain) {
     driver().typeText(u"-kr -kr ");
     expectTarget(u"-Kind regards -Kind regards ");
     EXPECT_EQ(seen(EventType::KeyDown).size(), 8U);
-    EXPECT_EQ(seen(EventType::KeyUp).size(), 8U);
+    EXPECT_TRUE(driver().pumpUntil([&] { return seen(EventType::KeyUp).size() == 8; }));
 }
 
 TEST_P(DesktopContract, SwallowedAndReplacedKeysKeepTheOrderOfTyping) {

@@ -13,9 +13,7 @@ constexpr std::uint16_t TabKeyCode = 48;
 
 } // namespace
 
-// The key that waits is kept by letting the grab go on, so that what the user typed behind it comes
-// here, and its own release as well; that release ends the grab.
-void KeyWriter::begin(const GrabbedPress* pending) {
+void KeyWriter::begin(const GrabbedPress* pending, xcb_keycode_t grabKey) {
     writing_ = true;
     modifiers_ = 0;
     blocked_.reset();
@@ -25,26 +23,43 @@ void KeyWriter::begin(const GrabbedPress* pending) {
     userCapsLock_ = capsLock_ = (state.lockedModifiers & XCB_MOD_MASK_LOCK) != 0;
     userGroup_ = group_ = state.group();
 
-    if (pending != nullptr)
-        port_.keepAndThaw();
-    KeySet down = port_.keysDown();
     if (pending != nullptr) {
-        port_.fake(false, pending->code);
-        down.reset(pending->code);
+        port_.keepAndHoldNext();
+        if (grabKey != 0 && grabKey != pending->code)
+            port_.fake(false, pending->code);
+        else
+            grabKey = pending->code;
     }
-    drainUserKeys();
+    if (grabKey != 0)
+        endGrabOf(grabKey);
+    const KeySet down = port_.keysDown();
     for (std::size_t code = 8; code < down.size(); ++code)
         if (down.test(code))
             port_.fake(false, static_cast<xcb_keycode_t>(code));
     setState(0, false, group_);
-    while (drainUserKeys()) {
+    while (takeOutUserKeys()) {
+    }
+}
+
+// A kept key is let go inside its grab, which ends with that: its release never reaches the
+// application. Until then every key comes here and waits for an answer.
+void KeyWriter::endGrabOf(xcb_keycode_t grabKey) {
+    port_.fake(false, grabKey);
+    for (;;) {
+        const Batch batch = readBatch(0, grabKey);
+        if (batch.grabEnded)
+            return;
+        if (!batch.userPress) {
+            port_.keepAndEndGrab(); // it had ended already
+            return;
+        }
     }
 }
 
 void KeyWriter::end() {
     setState(0, userCapsLock_, userGroup_);
     restoreHeldModifiers();
-    while (drainUserKeys()) {
+    while (takeOutUserKeys()) {
     }
     connection_.flush();
     writing_ = false;
@@ -123,7 +138,7 @@ void KeyWriter::writeCharacter(char32_t character, double now) {
         press(keymap_->codeForKeyCode(character == U'\t' ? TabKeyCode : ReturnKeyCode), true);
         return;
     }
-    std::optional<KeyStroke> stroke = keymap_->strokeForCharacter(character, group_);
+    std::optional<CharacterStroke> stroke = keymap_->strokeForCharacter(character, group_);
     if (!stroke.has_value()) {
         stroke = spareKeys_.strokeForCharacter(character, now);
         if (!stroke.has_value())
@@ -191,8 +206,7 @@ bool KeyWriter::press(xcb_keycode_t code, bool release) {
         if (release)
             port_.fake(false, code);
         if (!grab_.isHeld()) {
-            port_.roundTrip();
-            drainUserKeys();
+            takeOutUserKeys();
             return true;
         }
         switch (awaitPress(code)) {
@@ -200,8 +214,6 @@ bool KeyWriter::press(xcb_keycode_t code, bool release) {
         case Arrival::Elsewhere:
             return true;
         case Arrival::WrongState:
-            if (!release)
-                port_.fake(false, code);
             restoreState();
             break;
         case Arrival::Lost:
@@ -228,41 +240,60 @@ void KeyWriter::restoreState() {
 
 KeyWriter::Arrival KeyWriter::awaitPress(xcb_keycode_t code) {
     for (;;) {
-        port_.roundTrip();
-        onProgress_();
-        bool userPressed = false;
-        std::optional<Arrival> arrival;
-        while (XEvent event = port_.nextFreshEvent()) {
-            xcb_keycode_t released = 0;
-            if (const auto raw = port_.rawKey(*event)) {
-                noteRaw(*raw);
-            } else if (const auto grabbed = port_.grabbedPress(*event)) {
-                if (grabbed->fromTest && grabbed->code == code && !arrival.has_value()) {
-                    arrival = handleOwnPress(*grabbed);
-                } else {
-                    stashUserPress(*grabbed);
-                    userPressed = true;
-                }
-            } else if (grab_.concernsFocus(*event)) {
-                focusMoved_ = grab_.refresh() || focusMoved_;
-                if (!arrival.has_value())
-                    arrival = Arrival::Elsewhere;
-            } else if (!port_.isGrabbedRelease(*event, released) && !isStateNotice(*event)) {
-                port_.putAside(std::move(event));
-            }
-        }
-        if (userPressed)
-            port_.keepAndEndGrab();
-        if (arrival.has_value())
-            return *arrival;
-        if (userPressed)
-            continue;
-        // Not held by the user, so another grab, such as that of a menu, has it.
-        return blocked_.test(code) ? Arrival::Lost : Arrival::Elsewhere;
+        const Batch batch = readBatch(code, 0);
+        if (batch.ownPress.has_value())
+            return judge(*batch.ownPress);
+        if (batch.focusMoved)
+            return Arrival::Elsewhere;
+        // Without a key of the user's in between the press has gone by. If the user does not hold
+        // that key either, another grab, such as that of a menu, has it.
+        if (!batch.userPress)
+            return blocked_.test(code) ? Arrival::Lost : Arrival::Elsewhere;
     }
 }
 
-std::optional<KeyWriter::Arrival> KeyWriter::handleOwnPress(const GrabbedPress& press) {
+// Reads what the server has to say. A grabbed key stops all keys behind it until it is answered, so
+// each batch ends with at most one. `ownCode` is the own press that is expected, which the caller
+// answers; `grabKey` the kept key whose grab is on.
+KeyWriter::Batch KeyWriter::readBatch(xcb_keycode_t ownCode, xcb_keycode_t grabKey) {
+    port_.roundTrip();
+    onProgress_();
+    Batch batch;
+    while (XEvent event = port_.nextFreshEvent()) {
+        xcb_keycode_t released = 0;
+        if (const auto raw = port_.rawKey(*event)) {
+            noteRaw(*raw);
+        } else if (const auto grabbed = port_.grabbedPress(*event)) {
+            if (grabbed->fromTest && grabbed->code == ownCode && !batch.ownPress.has_value()) {
+                batch.ownPress = grabbed;
+                continue;
+            }
+            stashUserPress(*grabbed);
+            batch.userPress = true;
+            if (grabKey != 0 && !batch.grabEnded)
+                port_.keepAndHoldNext();
+            else
+                port_.keepAndEndGrab();
+        } else if (port_.isGrabbedRelease(*event, released)) {
+            if (grabKey == 0 || batch.grabEnded)
+                continue;
+            if (released == grabKey) {
+                batch.grabEnded = true;
+            } else {
+                port_.keepAndHoldNext();
+                batch.userPress = true;
+            }
+        } else if (grab_.concernsFocus(*event)) {
+            batch.focusMoved = true;
+            focusMoved_ = grab_.refresh() || focusMoved_;
+        } else if (!isStateNotice(*event)) {
+            port_.putAside(std::move(event));
+        }
+    }
+    return batch;
+}
+
+KeyWriter::Arrival KeyWriter::judge(const GrabbedPress& press) {
     std::uint8_t expected = modifiers_;
     if (capsLock_)
         expected |= XCB_MOD_MASK_LOCK;
@@ -270,7 +301,8 @@ std::optional<KeyWriter::Arrival> KeyWriter::handleOwnPress(const GrabbedPress& 
     const auto compared = static_cast<std::uint8_t>(~keymap_->lockModifiers() | XCB_MOD_MASK_LOCK);
     if (((press.state.effectiveModifiers() ^ expected) & compared) != 0 ||
         press.state.group() != group_) {
-        port_.keepAndThaw(); // the release behind it ends the grab
+        port_.keepAndHoldNext();
+        endGrabOf(press.code);
         return Arrival::WrongState;
     }
     port_.replay();
@@ -305,26 +337,8 @@ bool KeyWriter::isStateNotice(const xcb_generic_event_t& event) const {
            event.pad0 == XCB_XKB_STATE_NOTIFY;
 }
 
-bool KeyWriter::drainUserKeys() {
-    port_.roundTrip();
-    onProgress_();
-    bool pressed = false;
-    while (XEvent event = port_.nextFreshEvent()) {
-        xcb_keycode_t released = 0;
-        if (const auto raw = port_.rawKey(*event)) {
-            noteRaw(*raw);
-        } else if (const auto grabbed = port_.grabbedPress(*event)) {
-            stashUserPress(*grabbed);
-            pressed = true;
-        } else if (grab_.concernsFocus(*event)) {
-            focusMoved_ = grab_.refresh() || focusMoved_;
-        } else if (!port_.isGrabbedRelease(*event, released) && !isStateNotice(*event)) {
-            port_.putAside(std::move(event));
-        }
-    }
-    if (pressed)
-        port_.keepAndEndGrab();
-    return pressed;
+bool KeyWriter::takeOutUserKeys() {
+    return readBatch(0, 0).userPress;
 }
 
 bool KeyWriter::takeStashed(StashedKey& key) {

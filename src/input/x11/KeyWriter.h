@@ -28,9 +28,10 @@ class KeyWriter {
 
     void setKeymap(std::shared_ptr<const Keymap> keymap) { keymap_ = std::move(keymap); }
 
-    /// Begins to write. `pending` is the key that waits for an answer and is kept, or null. Held
-    /// keys are let go, Caps Lock is put aside.
-    void begin(const GrabbedPress* pending);
+    /// Begins to write. `pending` is the key that waits for an answer and is kept, or null;
+    /// `grabKey` is the kept key whose grab is still on, 0 for none. Held keys are let go, Caps
+    /// Lock is put aside.
+    void begin(const GrabbedPress* pending, xcb_keycode_t grabKey);
     /// Ends the writing: Caps Lock, group and the modifiers that are still held come back.
     void end();
     bool isWriting() const { return writing_; }
@@ -54,15 +55,24 @@ class KeyWriter {
 
   private:
     enum class Arrival { Delivered, Elsewhere, WrongState, Lost };
+    /// What the events that have come in hold.
+    struct Batch {
+        std::optional<GrabbedPress> ownPress;
+        bool userPress = false;
+        bool grabEnded = false;
+        bool focusMoved = false;
+    };
 
     void writeText(StringView text, double now);
     void writeCharacter(char32_t character, double now);
     bool press(xcb_keycode_t code, bool release);
     Arrival awaitPress(xcb_keycode_t code);
-    std::optional<Arrival> handleOwnPress(const GrabbedPress& press);
+    Arrival judge(const GrabbedPress& press);
+    Batch readBatch(xcb_keycode_t ownCode, xcb_keycode_t grabKey);
+    void endGrabOf(xcb_keycode_t grabKey);
     void stashUserPress(const GrabbedPress& press);
     void noteRaw(const RawKey& key);
-    bool drainUserKeys();
+    bool takeOutUserKeys();
     bool isStateNotice(const xcb_generic_event_t& event) const;
     void setState(std::uint8_t modifiers, bool capsLock, std::uint8_t group);
     void setModifiers(std::uint8_t modifiers);

@@ -54,9 +54,8 @@ class KeyboardPort {
     void fake(bool press, xcb_keycode_t code);
     /// Ends the grab and lets the application have the key. Any thread.
     void replay() { allow(XCB_INPUT_EVENT_MODE_REPLAY_DEVICE); }
-    /// Keeps the key; the grab goes on until it is released, and all keys come here meanwhile.
-    void keepAndThaw() { allow(XCB_INPUT_EVENT_MODE_ASYNC_DEVICE); }
-    /// Keeps the key; the next key of the grab, a release included, waits for an answer again.
+    /// Keeps the key. The grab goes on until that key is released; until then all keys come here,
+    /// releases included, and each waits for an answer.
     void keepAndHoldNext() { allow(XCB_INPUT_EVENT_MODE_SYNC_DEVICE); }
     /// Keeps the key and ends the grab.
     void keepAndEndGrab();

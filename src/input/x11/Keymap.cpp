@@ -126,8 +126,8 @@ void Keymap::readStrokes(xcb_keycode_t code) {
                 if ((masks[i] & ~xkb_mod_mask_t{levelModifiers_}) != 0)
                     continue;
                 auto& strokes = strokes_[character];
-                const KeyStroke stroke{code, static_cast<std::uint8_t>(masks[i]),
-                                       static_cast<std::uint8_t>(group)};
+                const CharacterStroke stroke{code, static_cast<std::uint8_t>(masks[i]),
+                                             static_cast<std::uint8_t>(group)};
                 const auto same = std::find_if(strokes.begin(), strokes.end(), [&](const auto& s) {
                     return s.group == stroke.group;
                 });
@@ -185,11 +185,12 @@ std::uint64_t Keymap::flagsForModifiers(std::uint8_t modifiers) const {
     return flags;
 }
 
-std::optional<KeyStroke> Keymap::strokeForCharacter(char32_t character, std::uint8_t group) const {
+std::optional<CharacterStroke> Keymap::strokeForCharacter(char32_t character,
+                                                          std::uint8_t group) const {
     const auto found = strokes_.find(character);
     if (found == strokes_.end())
         return std::nullopt;
-    for (const KeyStroke& stroke : found->second)
+    for (const CharacterStroke& stroke : found->second)
         if (stroke.group == group)
             return stroke;
     return found->second.front();

@@ -28,7 +28,7 @@ struct KeyboardState {
 };
 
 /// The key that types a character: which modifiers are held, and in which group.
-struct KeyStroke {
+struct CharacterStroke {
     xcb_keycode_t code = 0;
     std::uint8_t modifiers = 0;
     std::uint8_t group = 0;
@@ -63,7 +63,7 @@ class Keymap {
     std::uint8_t optionModifier() const { return optionModifier_; }
 
     /// How to type a character with this layout, preferably in `group`; nothing when it has none.
-    std::optional<KeyStroke> strokeForCharacter(char32_t character, std::uint8_t group) const;
+    std::optional<CharacterStroke> strokeForCharacter(char32_t character, std::uint8_t group) const;
     /// What a key types with the given modifiers, one keysym; NoSymbol for none.
     xkb_keysym_t keysym(xcb_keycode_t code, std::uint8_t modifiers, std::uint8_t group) const;
     /// Keycodes without any symbol.
@@ -87,7 +87,7 @@ class Keymap {
     std::uint8_t commandModifier_ = XCB_MOD_MASK_4;
     std::uint8_t lockModifiers_ = XCB_MOD_MASK_LOCK;
     std::uint8_t levelModifiers_ = XCB_MOD_MASK_SHIFT;
-    std::unordered_map<char32_t, std::vector<KeyStroke>> strokes_;
+    std::unordered_map<char32_t, std::vector<CharacterStroke>> strokes_;
     std::vector<xcb_keycode_t> freeCodes_;
     std::vector<String> layoutIdentifiers_;
 };

@@ -83,12 +83,12 @@ bool SpareKeys::bind(const std::vector<char32_t>& characters, double now) {
     return writeMap();
 }
 
-std::optional<KeyStroke> SpareKeys::strokeForCharacter(char32_t character, double now) {
+std::optional<CharacterStroke> SpareKeys::strokeForCharacter(char32_t character, double now) {
     Slot* slot = slotOf(character);
     if (slot == nullptr)
         return std::nullopt;
     slot->lastUse = now;
-    return KeyStroke{slot->code, slot->modifiers, 0};
+    return CharacterStroke{slot->code, slot->modifiers, 0};
 }
 
 bool SpareKeys::hasBindings() const {

@@ -24,7 +24,7 @@ class SpareKeys {
     /// up, since its client may still be reading. `now` is in seconds on the run loop's clock.
     bool bind(const std::vector<char32_t>& characters, double now);
     /// The stroke for a bound character, in any group.
-    std::optional<KeyStroke> strokeForCharacter(char32_t character, double now);
+    std::optional<CharacterStroke> strokeForCharacter(char32_t character, double now);
     bool hasBindings() const;
     /// Makes every keycode free again.
     void unbindAll();

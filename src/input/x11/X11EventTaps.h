@@ -79,8 +79,9 @@ class X11EventTaps final : public EventTaps {
     std::vector<Tap*> taps_;
     std::vector<DesktopEvent> posted_;
     std::uint64_t lastFlags_ = 0;
-    /// A key that was kept and whose release is expected in the grab; 0 for none.
+    /// The kept key whose grab is on until it is released; 0 for none.
     xcb_keycode_t keptCode_ = 0;
+    /// Whether the last key released is to stay away from the application.
     bool releaseIsKept_ = false;
     /// A key seen on the keyboard that has not reached the grab yet; 0 for none.
     xcb_keycode_t expectedCode_ = 0;

@@ -84,6 +84,7 @@ void X11EventTaps::handlePress(const GrabbedPress& press) {
         reloadKeymap();
     if (keymap_ == nullptr || keymap_->modifiersOfKey(press.code) != 0) {
         port_.replay();
+        keptCode_ = 0;
         connection_.flush();
         return;
     }
@@ -105,22 +106,28 @@ void X11EventTaps::handlePress(const GrabbedPress& press) {
         write(&press, !swallow);
         return;
     }
-    keptCode_ = swallow ? press.code : xcb_keycode_t{0};
-    releaseIsKept_ = false;
-    if (swallow)
+    if (swallow) {
         port_.keepAndHoldNext();
-    else
+        if (keptCode_ == 0)
+            keptCode_ = press.code;
+    } else {
         port_.replay();
+        keptCode_ = 0;
+    }
     connection_.flush();
 }
 
-// Comes only while a kept key is down: the release of that key stays here, any other goes on.
+// Comes only while a kept key is down. Its own release ends the grab by itself; that of another key
+// waits for an answer, and letting it on ends the grab as well.
 void X11EventTaps::handleRelease(xcb_keycode_t code) {
-    if (code == keptCode_ && releaseIsKept_)
-        port_.keepAndThaw();
-    else
+    if (code == keptCode_) {
+        keptCode_ = 0;
+    } else if (releaseIsKept_) {
+        port_.keepAndHoldNext();
+    } else {
         port_.replay();
-    keptCode_ = 0;
+        keptCode_ = 0;
+    }
     connection_.flush();
 }
 
@@ -142,9 +149,7 @@ void X11EventTaps::handleRaw(const RawKey& key) {
     state.lockedGroup = group_;
     DesktopEvent event = keyEvent(EventType::KeyUp, key.code, state);
     event.flags = lastFlags_;
-    const bool kept = deliver(event);
-    if (key.code == keptCode_)
-        releaseIsKept_ = kept;
+    releaseIsKept_ = deliver(event);
 }
 
 void X11EventTaps::checkExpectedKey() {
@@ -249,18 +254,17 @@ void X11EventTaps::write(const GrabbedPress* pending, bool passPending) {
         return;
     }
     watchdog_.arm();
-    writer_.begin(pending);
+    writer_.begin(pending, std::exchange(keptCode_, xcb_keycode_t{0}));
     writePosted();
     if (pending != nullptr && passPending)
         writer_.writeStroke(pending->code, pending->state);
     handleStash();
     writer_.end();
     while (writer_.hasStashed()) {
-        writer_.begin(nullptr);
+        writer_.begin(nullptr, 0);
         handleStash();
         writer_.end();
     }
-    keptCode_ = 0;
     expectedCode_ = 0;
     const KeyboardState state = writer_.userState();
     if (writer_.takeFocusMoved())
