@@ -25,7 +25,7 @@ std::size_t occurrences(StringView text, StringView part) {
 
 /// A service with real threads; the test's thread is the main thread.
 class ServiceThreads : public testing::Test {
-  protected:
+  public:
     ServiceThreads() {
         service.registerHotKey(&hotKey);
         service.keyDownEvent().addObserver(this, &ServiceThreads::onKeyDown);
@@ -33,6 +33,7 @@ class ServiceThreads : public testing::Test {
     }
     ~ServiceThreads() override { service.disableEvents(); }
 
+  protected:
     void onKeyDown(ZPKeyEventArgs* args) {
         service.refreshContextInputSetting();
         if (args->s == u"j") {

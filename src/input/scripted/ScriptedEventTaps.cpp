@@ -26,9 +26,9 @@ bool isTapDisabled(EventType type) {
 } // namespace
 
 struct ScriptedEventTaps::Tap {
-    Location location;
-    Options options;
-    std::uint32_t mask;
+    Location location = Location::Session;
+    Options options = Options::Default;
+    std::uint32_t mask = 0;
     Callback callback;
     std::atomic<bool> enabled{true};
     /// Held around the callback, so that the tap cannot go while it runs; recursive because a
