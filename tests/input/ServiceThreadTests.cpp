@@ -27,6 +27,8 @@ std::size_t occurrences(StringView text, StringView part) {
 class ServiceThreads : public testing::Test {
   public:
     ServiceThreads() {
+        // However busy the machine is, no key is passed for lateness.
+        desktop.eventTaps().setCallbackLimit(1e9);
         service.registerHotKey(&hotKey);
         service.keyDownEvent().addObserver(this, &ServiceThreads::onKeyDown);
         service.keyUpEvent().addObserver(this, &ServiceThreads::onKeyUp);
