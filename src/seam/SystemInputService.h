@@ -59,7 +59,8 @@ class SystemInputService : public ZPObject {
 
     /// Takes one job and carries it out on the tap thread: before it returns as far as one batch
     /// goes when called there, otherwise later. The caller keeps the job alive until `finished`;
-    /// `cancelTrigger` may have been raised when it returns. Any thread.
+    /// `cancelTrigger` may have been raised when it returns. A job that cannot be delivered as a
+    /// whole is `rejected` with `cancelTrigger` false. Any thread, without the data lock.
     virtual void sendOutput(const std::shared_ptr<DROutput>& output) = 0;
 
     /// What a key types under the current keyboard layout with the given event flags, one unit;

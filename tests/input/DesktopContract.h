@@ -45,6 +45,12 @@ class DesktopDriver {
 using MakeDesktopDriver = std::unique_ptr<DesktopDriver> (*)();
 
 class DesktopContract : public testing::TestWithParam<MakeDesktopDriver> {
+  public:
+    ~DesktopContract() override {
+        endTap();
+        thread_.reset();
+    }
+
   protected:
     using Action = std::function<bool(EventTapProxy, const DesktopEvent&)>;
 
@@ -56,11 +62,6 @@ class DesktopContract : public testing::TestWithParam<MakeDesktopDriver> {
     static constexpr std::uint16_t KeyA = 0;
     static constexpr std::uint16_t KeyX = 7;
     static constexpr std::uint16_t DeleteKey = 51;
-
-    ~DesktopContract() override {
-        endTap();
-        thread_.reset();
-    }
 
     /// Starts a tap thread with a tap whose answers `action` gives; false when it was refused.
     bool startTap(Action action, EventTaps::Options options = EventTaps::Options::Default,
@@ -212,12 +213,12 @@ TEST_P(DesktopContract, SwallowedAndReplacedKeysKeepTheOrderOfTyping) {
 }
 
 TEST_P(DesktopContract, NoKeyIsLostWhileBatchesGoOut) {
-    constexpr int Batches = 5;
+    constexpr std::size_t Batches = 5;
     ASSERT_TRUE(startTap([&](EventTapProxy proxy, const DesktopEvent& event) {
         if (event.unicodeString != u"x")
             return false;
-        for (int i = 0; event.type == EventType::KeyDown && i < Batches; ++i)
-            tapLoop().callAfter(0.01 * i, {this, "batch"}, [&, proxy] {
+        for (std::size_t i = 0; event.type == EventType::KeyDown && i < Batches; ++i)
+            tapLoop().callAfter(0.01 * static_cast<double>(i), {this, "batch"}, [&, proxy] {
                 if (taps().prepareToType(u"##"))
                     type(taps(), proxy, u"##");
             });
@@ -230,7 +231,7 @@ TEST_P(DesktopContract, NoKeyIsLostWhileBatchesGoOut) {
         return driver().targetText().size() == typed.size() + 2 * Batches;
     })) << toUTF8(driver().targetText());
     String letters = driver().targetText();
-    EXPECT_EQ(std::erase(letters, u'#'), 2U * Batches);
+    EXPECT_EQ(std::erase(letters, u'#'), 2 * Batches);
     EXPECT_EQ(toUTF8(letters), toUTF8(typed));
     tapLoop().cancelAll(this);
 }

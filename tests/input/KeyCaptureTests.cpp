@@ -138,6 +138,14 @@ TEST_F(KeyCapture, ModifierAloneFiresAtTheFirstReleaseOnly) {
     flags(0);
     EXPECT_EQ(observer.take(), "");
 
+    // A modifier that is added opens the question again.
+    flags(ShiftFlag | ControlFlag);
+    flags(ShiftFlag);
+    flags(ShiftFlag | CommandFlag);
+    flags(ShiftFlag);
+    EXPECT_EQ(observer.take(), "hot:9/65535");
+    flags(0);
+
     observer.cancelHotKeys = false;
     flags(CommandFlag | ShiftFlag);
     commandAlone.setModifiers(KeyModifier::Shift);

@@ -69,7 +69,7 @@ class ServiceObserver {
 
 /// A service on a desktop in memory, in virtual time.
 class ServiceTest : public testing::Test {
-  protected:
+  public:
     ServiceTest() {
         setLogSink([this](std::string_view line) { logged.emplace_back(line); });
     }
@@ -78,6 +78,7 @@ class ServiceTest : public testing::Test {
         setLogSink({});
     }
 
+  protected:
     void enable() {
         service.enableEvents();
         time.runPending();

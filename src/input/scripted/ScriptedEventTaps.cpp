@@ -9,8 +9,6 @@ namespace dresk {
 
 namespace {
 
-/// Seconds after which a callback has taken too long.
-constexpr double CallbackLimit = 0.2;
 /// Code of the key behind a text that no key has.
 constexpr std::uint16_t NamelessKey = 256;
 
@@ -26,9 +24,9 @@ bool isTapDisabled(EventType type) {
 } // namespace
 
 struct ScriptedEventTaps::Tap {
-    Location location;
-    Options options;
-    std::uint32_t mask;
+    Location location = Location::Session;
+    Options options = Options::Default;
+    std::uint32_t mask = 0;
     Callback callback;
     std::atomic<bool> enabled{true};
     /// Held around the callback, so that the tap cannot go while it runs; recursive because a
@@ -97,7 +95,7 @@ bool ScriptedEventTaps::callBack(Tap& tap, const DesktopEvent& event) {
 bool ScriptedEventTaps::isSwallowedBy(Tap& tap, const DesktopEvent& event) {
     const double start = now_();
     const bool swallowed = callBack(tap, event);
-    if (now_() - start <= CallbackLimit)
+    if (now_() - start <= callbackLimit_)
         return swallowed;
     tap.enabled = false;
     callBack(tap, {EventType::TapDisabledByTimeout, 0, 0, {}});

@@ -41,6 +41,8 @@ class ScriptedEventTaps final : public EventTaps {
     void refuseTaps(std::uint32_t mask) { refusedMask_ = mask; }
     /// Another program keeps the keyboard: keys no longer come through the taps. Any thread.
     void setSecureEventInput(bool enabled) { secureInput_ = enabled; }
+    /// Seconds after which a callback loses its tap; 0.2 at first. Any thread.
+    void setCallbackLimit(double seconds) { callbackLimit_ = seconds; }
     /// Texts with one of these units cannot be prepared.
     void setUntypableCharacters(String units) { untypable_ = std::move(units); }
     /// Disables the taps that filter keys and tells them so.
@@ -68,6 +70,7 @@ class ScriptedEventTaps final : public EventTaps {
 
     std::atomic<std::uint32_t> refusedMask_{0};
     std::atomic<bool> secureInput_{false};
+    std::atomic<double> callbackLimit_{0.2};
     mutable std::mutex mutex_;
     std::vector<std::shared_ptr<Tap>> taps_;
     std::vector<RecordedEvent> posted_;
