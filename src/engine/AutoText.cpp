@@ -32,6 +32,14 @@ AutoText::~AutoText() {
     mainRunLoop_.cancelAll(this);
 }
 
+void AutoText::setSnippetGroups(const SnippetGroupList* snippetGroups) {
+    snippetGroups_ = snippetGroups;
+    // The first key is not to wait for the indexes.
+    const auto groupsLock = lockGroups();
+    for (const auto& group : groups())
+        group->abbreviationIndex();
+}
+
 void AutoText::setSnippetSuggestionController(SnippetSuggestionController& controller) {
     snippetSuggestionController_ = &controller;
     controller.setSuggestions(suggestions_, [this] { snippetSuggestionSuggestionSelected(); });

@@ -33,7 +33,7 @@ class AutoText {
 
     /// Set before the service delivers; borrowed. The suggestion list works without a window when
     /// none is given.
-    void setSnippetGroups(const SnippetGroupList* snippetGroups) { snippetGroups_ = snippetGroups; }
+    void setSnippetGroups(const SnippetGroupList* snippetGroups);
     void setSnippetParser(SnippetParser* snippetParser) { snippetParser_ = snippetParser; }
     void setSnippetSuggestionController(SnippetSuggestionController& controller);
     void setSnippetQuickSearchController(SnippetQuickSearchController& controller);
@@ -110,7 +110,7 @@ class AutoText {
     void routeKey(ZPKeyEventArgs& args);
     bool processSteeringKey(ZPKeyEventArgs& args);
     bool processListKey(ZPKeyEventArgs& args);
-    bool processSelectorKey(ZPKeyEventArgs& args);
+    void processSelectorKey(ZPKeyEventArgs& args);
     bool processSnippetSelectorHotKey(char16_t digit);
     void processNormalKeyDown(ZPKeyEventArgs& args);
     void deleteLastLetter();
@@ -173,6 +173,8 @@ class AutoText {
     BundleIdentifierResolver& bundleIdentifierResolver_;
     RunLoop& mainRunLoop_;
     const CharacterSet defaultDelimiters_{DefaultDelimiters};
+    const CharacterSet whitespaceAndNewlines_ = CharacterSet::whitespaceAndNewlineCharacterSet();
+    const CharacterSet decimalDigits_ = CharacterSet::decimalDigitCharacterSet();
     const SnippetGroupList* snippetGroups_ = nullptr;
     SnippetParser* snippetParser_ = nullptr;
 

@@ -142,7 +142,7 @@ bool AutoText::checkExpandAfterOfGroup(const SnippetGroup& group, StringView let
         return own.has_value() ? own->contains(asTyped) : defaultDelimiters_.contains(asTyped);
     }
     case ExpandAfter::WhitespaceOrNewline:
-        return CharacterSet::whitespaceAndNewlineCharacterSet().contains(unit);
+        return whitespaceAndNewlines_.contains(unit);
     case ExpandAfter::Digits:
         return standsBehindDigits(letters, index);
     default:
@@ -153,12 +153,11 @@ bool AutoText::checkExpandAfterOfGroup(const SnippetGroup& group, StringView let
 // `index` is not 0. The group's own delimiters take no part here. That is meant.
 bool AutoText::standsBehindDigits(StringView letters, std::uint64_t index) const {
     std::uint64_t start = index;
-    while (start > 0 && CharacterSet::decimalDigitCharacterSet().contains(letters[start - 1]))
+    while (start > 0 && decimalDigits_.contains(letters[start - 1]))
         --start;
     if (start == index)
         return false;
-    return start == 0 ||
-           CharacterSet::whitespaceAndNewlineCharacterSet().contains(letters[start - 1]) ||
+    return start == 0 || whitespaceAndNewlines_.contains(letters[start - 1]) ||
            defaultDelimiters_.contains(letters[start - 1]);
 }
 

@@ -37,9 +37,9 @@ void AutoText::routeKey(ZPKeyEventArgs& args) {
         return;
     if (!args.s.has_value() || args.s->size() != 1)
         return;
-    if (processSelectorKey(args))
-        return;
-    if (!args.cancel)
+    processSelectorKey(args);
+    // All other typing belongs to the quick search panel while it is open.
+    if (!args.cancel && !snippetQuickSearchWindowVisible())
         processNormalKeyDown(args);
 }
 
@@ -111,11 +111,10 @@ void AutoText::deleteLastLetter() {
                    &AutoText::refreshSnippetSuggestionController);
 }
 
-// True when the key is done with: all typing belongs to the quick search panel while it is open.
-bool AutoText::processSelectorKey(ZPKeyEventArgs& args) {
+void AutoText::processSelectorKey(ZPKeyEventArgs& args) {
     const std::uint64_t modifier = snippetSelectorKeyModifier_;
     if (macInputService_.keyModifier() != selectorMask(modifier))
-        return false;
+        return;
     char16_t digit = args.c;
     if (modifier == 1 || modifier == 3) { // Shift and Option change what a digit key types.
         const auto plain = macInputService_.stringForKeyCode(args.key, 0);
@@ -123,7 +122,6 @@ bool AutoText::processSelectorKey(ZPKeyEventArgs& args) {
     }
     if (isDigit(digit))
         args.cancel = processSnippetSelectorHotKey(digit);
-    return snippetQuickSearchWindowVisible();
 }
 
 bool AutoText::processSnippetSelectorHotKey(char16_t digit) {

@@ -20,7 +20,7 @@ class SuggestionRows {
     /// A row on its way to the sender.
     struct Choice {
         SnippetMatch row;
-        bool selectingSnippet;
+        bool selectingSnippet = false;
     };
 
     /// `selectingSnippet` says that the rows come from an ambiguous match.

@@ -43,7 +43,7 @@ sigset_t watchedSignals() {
 int Supervisor::run() {
     const sigset_t watched = watchedSignals();
     sigset_t previous;
-    sigprocmask(SIG_BLOCK, &watched, &previous);
+    pthread_sigmask(SIG_BLOCK, &watched, &previous);
     signalDescriptor_ = signalfd(-1, &watched, SFD_NONBLOCK | SFD_CLOEXEC);
     Ending ending{true, CannotStart};
     while (ending.restart) {
@@ -60,7 +60,7 @@ int Supervisor::run() {
         }
     }
     close(signalDescriptor_);
-    sigprocmask(SIG_SETMASK, &previous, nullptr);
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     return ending.exitStatus;
 }
 
@@ -90,7 +90,7 @@ void Supervisor::runWorker(int heartbeatDescriptor, pid_t supervisor) {
     setpgid(0, 0);
     close(signalDescriptor_);
     const sigset_t watched = watchedSignals();
-    sigprocmask(SIG_UNBLOCK, &watched, nullptr);
+    pthread_sigmask(SIG_UNBLOCK, &watched, nullptr);
     const int status = worker_(heartbeatDescriptor);
     fflush(nullptr);
     _exit(status);

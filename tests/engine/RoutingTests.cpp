@@ -10,9 +10,9 @@ constexpr auto Shift = KeyModifier::Shift;
 
 TEST(Routing, KeepsTheLettersTyped) {
     struct Row {
-        const char* name;
+        const char* name = nullptr;
         ScriptedKey key;
-        const char16_t* letters;
+        const char16_t* letters = nullptr;
     };
     const Row rows[] = {
         {"letter", {u"x"}, u"abx"},
@@ -162,13 +162,13 @@ TEST(Routing, OnlyOneOfTwoChoicesIsSent) {
 TEST(Routing, TheSelectorModifierSaysWhichDigitsChoose) {
     struct Row {
         std::uint64_t modifier;
-        std::int32_t held;
         const char16_t* types;
+        std::int32_t held;
         bool chooses;
     };
     const Row rows[] = {
-        {0, 0, u"2", true}, {0, Shift, u"2", false}, {1, Shift, u"\"", true}, {1, 0, u"2", false},
-        {3, 4, u"²", true}, {3, 0, u"2", false},     {7, 0, u"2", false},
+        {0, u"2", 0, true}, {0, u"2", Shift, false}, {1, u"\"", Shift, true}, {1, u"2", 0, false},
+        {3, u"²", 4, true}, {3, u"2", 0, false},     {7, u"2", 0, false},
     };
     for (const Row& row : rows) {
         AmbiguousRig rig;
@@ -210,6 +210,7 @@ TEST(Routing, TypingBelongsToAnOpenQuickSearchPanel) {
     rig.service.sameProcess = true;
 
     EXPECT_FALSE(rig.service.press({u"x"}));
+    EXPECT_FALSE(rig.service.press({u"x", 7, Shift}));
     EXPECT_FALSE(rig.service.press({u"7"})); // no such row: goes into the panel's field
     EXPECT_EQ(rig.engine.letters(), u"");
     EXPECT_TRUE(panel.visible);
