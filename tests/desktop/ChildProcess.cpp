@@ -1,5 +1,6 @@
 #include "desktop/ChildProcess.h"
 
+#include <cerrno>
 #include <csignal>
 
 #include <fcntl.h>
@@ -52,6 +53,16 @@ int ChildProcess::run(const std::vector<std::string>& command) {
     return process->wait(Deadline::Never).value_or(-1);
 }
 
+bool ChildProcess::awaitEnd(pid_t pid, double seconds) {
+    const int descriptor = pidfd_open(pid, 0);
+    if (descriptor < 0) {
+        return errno == ESRCH;
+    }
+    const bool ended = Deadline(seconds).awaitReadable(descriptor);
+    close(descriptor);
+    return ended;
+}
+
 ChildProcess::~ChildProcess() {
     if (!wait(0)) {
         signal(SIGTERM);
@@ -94,11 +105,8 @@ std::optional<int> ChildProcess::wait(double seconds) {
     if (status_) {
         return status_;
     }
-    const int descriptor = pidfd_open(pid_, 0);
-    const bool ended = Deadline(seconds).awaitReadable(descriptor);
-    close(descriptor);
     int status = 0;
-    if (ended && waitpid(pid_, &status, 0) == pid_) {
+    if (awaitEnd(pid_, seconds) && waitpid(pid_, &status, 0) == pid_) {
         status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
     return status_;

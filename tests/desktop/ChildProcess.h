@@ -18,6 +18,8 @@ class ChildProcess {
     static std::unique_ptr<ChildProcess> start(const std::vector<std::string>& command);
     /// Runs a program to its end; its exit status, 128 and more when a signal ended it, or -1.
     static int run(const std::vector<std::string>& command);
+    /// Waits for the end of any process; false if it still runs after `seconds`.
+    static bool awaitEnd(pid_t pid, double seconds);
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
     ~ChildProcess();

@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "desktop/ChildProcess.h"
+#include "desktop/Deadline.h"
 
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
@@ -56,13 +57,19 @@ bool runSetxkbmap(const std::string& display, const LayoutNames& names) {
     return ChildProcess::run(command) == 0;
 }
 
-/// Locks the first group and waits until the server has done it.
-bool lockFirstGroup(const std::string& display) {
-    const Connection connection(xcb_connect(display.c_str(), nullptr));
+/// A connection that speaks of keyboards; null when there is none.
+Connection connectForKeyboard(const std::string& display) {
+    Connection connection(xcb_connect(display.c_str(), nullptr));
     const std::unique_ptr<xcb_xkb_use_extension_reply_t, Free> extension(
         xcb_xkb_use_extension_reply(connection.get(), xcb_xkb_use_extension(connection.get(), 1, 0),
                                     nullptr));
-    if (extension == nullptr) {
+    return extension != nullptr ? std::move(connection) : nullptr;
+}
+
+/// Locks the first group and no modifier, and waits until the server has done it.
+bool clearLocks(const std::string& display) {
+    const Connection connection = connectForKeyboard(display);
+    if (connection == nullptr) {
         return false;
     }
     const auto request = xcb_xkb_latch_lock_state_checked(connection.get(), XCB_XKB_ID_USE_CORE_KBD,
@@ -70,6 +77,12 @@ bool lockFirstGroup(const std::string& display) {
     const std::unique_ptr<xcb_generic_error_t, Free> error(
         xcb_request_check(connection.get(), request));
     return error == nullptr;
+}
+
+bool capsLockIsOn(xcb_connection_t* connection) {
+    const std::unique_ptr<xcb_xkb_get_state_reply_t, Free> state(xcb_xkb_get_state_reply(
+        connection, xcb_xkb_get_state(connection, XCB_XKB_ID_USE_CORE_KBD), nullptr));
+    return state != nullptr && (state->lockedMods & XCB_MOD_MASK_LOCK) != 0;
 }
 
 } // namespace
@@ -144,7 +157,7 @@ bool KeyInjector::setLayout(const LayoutNames& names) {
         return false;
     }
     for (const std::string& display : {outerName_, innerName_}) {
-        if (!runSetxkbmap(display, names) || !lockFirstGroup(display)) {
+        if (!runSetxkbmap(display, names) || !clearLocks(display)) {
             return false;
         }
     }
@@ -165,6 +178,25 @@ void KeyInjector::tap(std::uint8_t key, double hold) {
     send(true, key);
     waitUntil(start, hold);
     send(false, key);
+}
+
+bool KeyInjector::toggleCapsLock() {
+    constexpr double SecondsToAgree = 5;
+    const Connection outer = connectForKeyboard(outerName_);
+    const Connection inner = connectForKeyboard(innerName_);
+    if (outer == nullptr || inner == nullptr) {
+        return false;
+    }
+    const bool wanted = !capsLockIsOn(outer.get());
+    tap(CapsLock);
+    // Each look is a round trip to both servers.
+    const Deadline deadline(SecondsToAgree);
+    while (capsLockIsOn(outer.get()) != wanted || capsLockIsOn(inner.get()) != wanted) {
+        if (deadline.passed()) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool KeyInjector::type(StringView text, TypingPace pace) {

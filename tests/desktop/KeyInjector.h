@@ -40,6 +40,9 @@ class KeyInjector {
     void tap(std::uint8_t key, double hold = 0.009);
     /// Presses and releases the left button where the pointer is.
     void click();
+    /// Taps Caps Lock and waits until both displays agree on it: the nested server presses the key
+    /// itself when the next one comes before that. False when they do not agree in time.
+    [[nodiscard]] bool toggleCapsLock();
     /// Types the text key by key and returns when the last key is up. False, with nothing typed,
     /// when the layout lacks a character.
     [[nodiscard]] bool type(StringView text, TypingPace pace = {});
@@ -52,7 +55,6 @@ class KeyInjector {
     static constexpr std::uint8_t LeftControl = 37;
     static constexpr std::uint8_t LeftShift = 50;
     static constexpr std::uint8_t Space = 65;
-    static constexpr std::uint8_t CapsLock = 66;
     static constexpr std::uint8_t Left = 113;
     static constexpr std::uint8_t Right = 114;
 
@@ -65,6 +67,7 @@ class KeyInjector {
 
     KeyInjector(xcb_connection_t* outer, std::string outerName, std::string innerName);
     bool enterInnerDisplay(std::string& error);
+    static constexpr std::uint8_t CapsLock = 66;
     static std::vector<TimedKey> plan(const std::vector<KeyStroke>& strokes, TypingPace pace);
     void send(bool press, std::uint8_t key);
 

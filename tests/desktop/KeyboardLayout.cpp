@@ -78,18 +78,17 @@ void KeyboardLayout::findChoosers() {
     nextGroupKey_ = keyOf(XKB_KEY_ISO_Next_Group);
 }
 
-/// The last such key of a keyboard: pseudo keys stand before it and behind the keyboard's end.
+/// The first such key: it is also the one with which the nested server mends its modifiers when
+/// they lag behind those outside, so that no other key of the same meaning stays down.
 std::optional<std::uint8_t> KeyboardLayout::keyOf(std::uint32_t keysym) const {
-    constexpr std::uint32_t LastKey = 135;
-    std::optional<std::uint8_t> found;
-    for (auto key = xkb_keymap_min_keycode(keymap_); key <= LastKey; key++) {
+    for (auto key = xkb_keymap_min_keycode(keymap_); key <= 255; key++) {
         const xkb_keysym_t* symbols = nullptr;
         const int count = xkb_keymap_key_get_syms_by_level(keymap_, key, 0, 0, &symbols);
         if (count == 1 && symbols[0] == keysym) {
-            found = static_cast<std::uint8_t>(key);
+            return static_cast<std::uint8_t>(key);
         }
     }
-    return found;
+    return std::nullopt;
 }
 
 void KeyboardLayout::findCharacters(unsigned group, const std::vector<std::uint8_t>& modifiers) {

@@ -1,0 +1,82 @@
+// The program itself, started as a user starts it, on its sample snippets.
+
+#include <csignal>
+#include <fstream>
+
+#include "desktop/Deadline.h"
+#include "desktop/DesktopTest.h"
+
+namespace dresk {
+namespace {
+
+class Dresk : public DesktopTest {
+  protected:
+    void SetUp() override {
+        DesktopTest::SetUp();
+        ASSERT_FALSE(HasFailure());
+        target_ = startTarget(TextTarget::Kind::Gtk);
+        program_ = ChildProcess::start({DRESK_PROGRAM});
+        ASSERT_TRUE(target_ != nullptr && program_ != nullptr);
+        ASSERT_TRUE(expandsWithin(10));
+    }
+
+    /// Types an abbreviation again and again until it is replaced: the program does not tell when
+    /// it is ready.
+    bool expandsWithin(double seconds) {
+        const Deadline deadline(seconds);
+        while (!deadline.passed()) {
+            target_->clear();
+            type(u"darrow ");
+            if (target_->awaitText(u"\u2192 ", 0.5) == u"\u2192 ") {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// The process that holds the keyboard; 0 when there is none.
+    static pid_t workerOf(pid_t supervisor) {
+        const std::string id = std::to_string(supervisor);
+        std::ifstream children("/proc/" + id + "/task/" + id + "/children");
+        pid_t worker = 0;
+        children >> worker;
+        return worker;
+    }
+
+    TextTarget* target_ = nullptr;
+    std::unique_ptr<ChildProcess> program_;
+};
+
+TEST_F(Dresk, ExpandsSamplesUntilItIsToldToEnd) {
+    target_->clear();
+    type(u"Hello sig darrow\n");
+    EXPECT_TRUE(holds(*target_, u"Hello Kind regards,\n \u2192\n"));
+
+    program_->signal(SIGTERM);
+    EXPECT_EQ(program_->wait(5), 128 + SIGTERM);
+    target_->clear();
+    type(u"then sig stays.\n");
+    EXPECT_TRUE(holds(*target_, u"then sig stays.\n"));
+}
+
+TEST_F(Dresk, WorkerThatIsKilledIsReplaced) {
+    const pid_t worker = workerOf(program_->pid());
+    ASSERT_GT(worker, 0);
+    kill(worker, SIGKILL);
+    EXPECT_TRUE(ChildProcess::awaitEnd(worker, 5));
+    EXPECT_TRUE(expandsWithin(10));
+    EXPECT_NE(workerOf(program_->pid()), worker);
+}
+
+TEST_F(Dresk, KilledProgramFreesTheKeyboard) {
+    const pid_t worker = workerOf(program_->pid());
+    ASSERT_GT(worker, 0);
+    program_->signal(SIGKILL);
+    ASSERT_TRUE(ChildProcess::awaitEnd(worker, 5));
+    target_->clear();
+    type(u"sig is typed.\n");
+    EXPECT_TRUE(holds(*target_, u"sig is typed.\n"));
+}
+
+} // namespace
+} // namespace dresk
