@@ -126,7 +126,7 @@ void Supervisor::readHeartbeats() {
     std::array<char, 256> bytes{};
     ssize_t count = 0;
     while ((count = read(heartbeatDescriptor_, bytes.data(), bytes.size())) > 0) {
-        if (ending_)
+        if (ending_ || hung_)
             continue;
         const bool paused = bytes[static_cast<std::size_t>(count) - 1] == Heartbeat::Pause;
         deadline_ = paused ? Never : now() + limits_.heartbeatTimeout;
@@ -142,16 +142,29 @@ void Supervisor::closeHeartbeat() {
     heartbeatDescriptor_ = -1;
 }
 
+// Keys that wait for an answer are lost with the process that owes it. So a worker that was merely
+// stopped is first told to go on and to end by itself, which passes them on.
 void Supervisor::killLateWorker() {
-    if (hung_ || now() < deadline_)
+    if (now() < deadline_)
         return;
+    if (hung_ || ending_) {
+        hung_ = true;
+        deadline_ = Never;
+        kill(pid_, SIGKILL);
+        return;
+    }
     hung_ = true;
-    deadline_ = Never;
-    kill(pid_, SIGKILL);
+    deadline_ = now() + limits_.releaseTimeout;
+    kill(pid_, SIGTERM);
+    kill(pid_, SIGCONT);
 }
 
 Supervisor::Ending Supervisor::judge(int waitStatus) const {
     const std::string name = "Dresk's worker process " + std::to_string(pid_);
+    if (hung_ && !ending_) {
+        logLine(name + " stopped answering and was ended; starting it again.");
+        return {true, CannotStart};
+    }
     if (WIFEXITED(waitStatus)) {
         const int status = WEXITSTATUS(waitStatus);
         if (ending_ || status == 0 || status == CannotStart)
@@ -162,9 +175,7 @@ Supervisor::Ending Supervisor::judge(int waitStatus) const {
     const int signal = WTERMSIG(waitStatus);
     if (ending_)
         return {false, 128 + signal};
-    logLine(hung_
-                ? name + " stopped answering and was ended; starting it again."
-                : name + " was ended by signal " + std::to_string(signal) + "; starting it again.");
+    logLine(name + " was ended by signal " + std::to_string(signal) + "; starting it again.");
     return {true, 128 + signal};
 }
 

@@ -22,6 +22,8 @@ class Supervisor {
     struct Limits {
         /// Seconds without a heartbeat after which the worker counts as hung.
         double heartbeatTimeout = 1.0;
+        /// Seconds that a hung worker has to let go of the keys it holds before it is killed.
+        double releaseTimeout = 0.3;
         /// So many restarts are made within `restartWindow` seconds; one more ends the program.
         std::size_t maxRestarts = 5;
         double restartWindow = 60.0;

@@ -75,6 +75,8 @@ void X11EventTaps::setLoop(PollRunLoop* loop) {
     if (loop_ != nullptr) {
         loop_->cancelAll(this);
         loop_->removeDescriptor(xcb_get_file_descriptor(connection_.get()));
+        grab_.drop();
+        port_.replay(); // a key that nobody will answer any more
         selectEvents(false);
     }
     loop_ = loop;
