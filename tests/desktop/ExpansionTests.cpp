@@ -14,7 +14,7 @@ namespace {
 
 using Mode = Abbreviation::Mode;
 
-class Expansion : public DesktopTest, public testing::WithParamInterface<TextTarget::Kind> {
+class ExpansionBase : public DesktopTest {
   protected:
     void TearDown() override {
         DesktopTest::TearDown();
@@ -22,11 +22,12 @@ class Expansion : public DesktopTest, public testing::WithParamInterface<TextTar
     }
 
     /// Starts the expander on these abbreviations, and then the application to type into.
-    [[nodiscard]] bool begin(const std::vector<Abbreviation>& abbreviations) {
+    [[nodiscard]] bool begin(TextTarget::Kind kind,
+                             const std::vector<Abbreviation>& abbreviations) {
         tablePath_ = testing::TempDir() + "dresk-abbreviations-" + std::to_string(getpid());
         std::ofstream(tablePath_) << tableOf(abbreviations);
         if (startProgram({DRESK_TEST_EXPANDER, tablePath_}) != nullptr) {
-            target_ = startTarget(GetParam());
+            target_ = startTarget(kind);
         }
         return target_ != nullptr;
     }
@@ -36,6 +37,13 @@ class Expansion : public DesktopTest, public testing::WithParamInterface<TextTar
   private:
     std::string tablePath_;
     TextTarget* target_ = nullptr;
+};
+
+class Expansion : public ExpansionBase, public testing::WithParamInterface<TextTarget::Kind> {
+  protected:
+    [[nodiscard]] bool begin(const std::vector<Abbreviation>& abbreviations) {
+        return ExpansionBase::begin(GetParam(), abbreviations);
+    }
 };
 
 /// Abbreviations from `from` on, each with an ordinary word before it.
@@ -61,7 +69,7 @@ TEST_P(Expansion, ThreeHundredAbbreviationsAtThreeSpeeds) {
         double secondsPerKey;
         std::size_t count;
     };
-    constexpr Stretch Stretches[] = {{0.015, 200}, {0.03, 60}, {0.06, 40}};
+    constexpr Stretch Stretches[] = {{0.015, 230}, {0.03, 45}, {0.06, 25}};
     const auto abbreviations = sampleAbbreviations(300);
     ASSERT_TRUE(begin(abbreviations));
 
@@ -173,46 +181,71 @@ struct LayoutCase {
     StringView abbreviation;
 };
 
-class ExpansionOnLayouts : public Expansion {};
+void PrintTo(const LayoutCase& layout, std::ostream* stream) {
+    *stream << layout.name;
+}
 
-TEST_P(ExpansionOnLayouts, EveryScriptInProseOfTheLayout) {
-    const LayoutCase layouts[] = {
-        {"us", {"us", "", ""}, u"en", u";qz"},
-        {"de", {"de", "", ""}, u"de", u"zäq"},
-        {"fr", {"fr", "", ""}, u"fr", u"zéê"},
-        {"ru_us", {"ru,us", "", "grp:menu_toggle"}, u"ru", u"щщю"},
-        {"us_intl", {"us", "intl", ""}, u"intl", u"zqé"},
-    };
-    std::vector<Abbreviation> abbreviations = sampleAbbreviations(10);
-    for (const LayoutCase& layout : layouts) {
+const LayoutCase Layouts[] = {
+    {"us", {"us", "", ""}, u"en", u";qz"},
+    {"de", {"de", "", ""}, u"de", u"zäq"},
+    {"fr", {"fr", "", ""}, u"fr", u"zéê"},
+    {"ru_us", {"ru,us", "", "grp:menu_toggle"}, u"ru", u"щщю"},
+    {"us_intl", {"us", "intl", ""}, u"intl", u"zqé"},
+};
+
+class ExpansionOnLayouts
+    : public ExpansionBase,
+      public testing::WithParamInterface<std::tuple<TextTarget::Kind, LayoutCase>> {
+  protected:
+    static std::vector<Abbreviation> abbreviationsFor(const LayoutCase& layout) {
+        std::vector<Abbreviation> abbreviations = sampleAbbreviations(10);
         abbreviations.push_back({String(layout.abbreviation), Mode::Immediate,
                                  u"own: " + String(layout.abbreviation) + u" ünд \U0001F600"});
+        return abbreviations;
     }
-    ASSERT_TRUE(begin(abbreviations));
 
-    for (const LayoutCase& layout : layouts) {
-        SCOPED_TRACE(layout.name);
-        ASSERT_TRUE(keys().setLayout(layout.names));
+    void typeAll(const LayoutCase& layout, const std::vector<Abbreviation>& abbreviations) {
         ExpansionScript script;
         script.type(proseOf(layout.language, 12));
         for (const Abbreviation& row : abbreviations) {
-            const bool ofOtherLayout =
-                std::any_of(std::begin(layouts), std::end(layouts), [&](const LayoutCase& other) {
-                    return other.name != layout.name && other.abbreviation == row.letters;
-                });
-            if (!ofOtherLayout) {
-                script.type(u" ");
-                script.abbreviate(row);
-            }
+            script.type(u" ");
+            script.abbreviate(row);
         }
+        type(script.keys);
+        EXPECT_TRUE(holds(target(), script.expected));
+    }
+};
+
+TEST_P(ExpansionOnLayouts, EveryScriptInProseOfTheLayout) {
+    const auto& [kind, layout] = GetParam();
+    ASSERT_TRUE(keys().setLayout(layout.names));
+    const auto abbreviations = abbreviationsFor(layout);
+    ASSERT_TRUE(begin(kind, abbreviations));
+    typeAll(layout, abbreviations);
+}
+
+INSTANTIATE_TEST_SUITE_P(, ExpansionOnLayouts,
+                         testing::Combine(testing::ValuesIn(TextTarget::AllKinds),
+                                          testing::ValuesIn(Layouts)),
+                         [](const auto& info) {
+                             return nameOf(std::get<0>(info.param)) + "_" +
+                                    std::get<1>(info.param).name;
+                         });
+
+TEST_F(ExpansionBase, LayoutChangesWhileItRuns) {
+    const Abbreviation row{u"zjk", Mode::Delimiter, u"größer Ж \U0001F600"};
+    ASSERT_TRUE(begin(TextTarget::Kind::Gtk, {row}));
+    for (const LayoutCase& layout : Layouts) {
+        SCOPED_TRACE(layout.name);
+        ASSERT_TRUE(keys().setLayout(layout.names));
+        ExpansionScript script;
+        script.type(u"so ");
+        script.abbreviate(row);
         type(script.keys);
         EXPECT_TRUE(holds(target(), script.expected));
         target().clear();
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(, ExpansionOnLayouts, testing::ValuesIn(TextTarget::AllKinds),
-                         [](const auto& info) { return nameOf(info.param); });
 
 } // namespace
 } // namespace dresk
