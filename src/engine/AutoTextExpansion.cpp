@@ -198,6 +198,8 @@ bool AutoText::undo(bool withTrigger) {
     output->backspaceCount = info->backspaceCount;
     output->snippetExpandedContent = std::move(content);
     macInputService_.sendOutput(output);
+    if (output->rejected)
+        return false;
     playFeedback();
     setLetters(std::move(text));
     return true;

@@ -130,6 +130,24 @@ TEST(Expansion, AMenuChoiceErasesNothing) {
     EXPECT_EQ(rig.engine.letters(), u"text");
 }
 
+TEST(Expansion, AFinishedContentIsDeliveredByItself) {
+    EngineRig rig;
+    const auto snippet = rig.addSnippet(rig.addGroup(ExpandTrigger::AtDelimiter), u"a", u"source");
+    const auto content = std::make_shared<SnippetExpandedContent>();
+    content->setContent(u"result");
+    content->setVariables({std::make_shared<SnippetContentCaret>()});
+    rig.service.type(u"xy");
+    rig.service.mainLoop.perform(
+        [&] { rig.engine.sendSnippet(snippet, content, SnippetTrigger::ScriptResult, nullptr); });
+    rig.time.runPending();
+    ASSERT_EQ(rig.service.jobs.size(), 1U);
+    EXPECT_EQ(rig.service.jobs.front()->trigger, SnippetTrigger::ScriptResult);
+    EXPECT_EQ(rig.service.takeJobs(), Jobs{"erase 0, put \"result\", pass"});
+    EXPECT_EQ(rig.engine.letters(), u"xy"); // a content with variables leaves them alone
+    EXPECT_EQ(rig.engine.lastUsedSnippet(), snippet);
+    EXPECT_FALSE(rig.engine.undoInfo().has_value());
+}
+
 TEST(Expansion, AListRowOutlivesItsGroup) {
     EngineRig rig;
     SnippetGroup& group = rig.addGroup(ExpandTrigger::AtDelimiter);

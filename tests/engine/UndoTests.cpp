@@ -79,6 +79,12 @@ TEST(Undo, OfARejectedJobDoesNothing) {
     rig.service.rejectJobs = false;
     rig.service.tapLoop.perform([&] { EXPECT_FALSE(rig.engine.undo(true)); });
     EXPECT_EQ(rig.service.jobs.size(), 2U);
+
+    rig.engine.clear();
+    rig.service.type(u"a");
+    rig.service.rejectJobs = true;
+    rig.service.tapLoop.perform([&] { EXPECT_FALSE(rig.engine.undo(true)); });
+    EXPECT_EQ(rig.engine.letters(), u"text"); // still there
 }
 
 } // namespace
