@@ -239,16 +239,18 @@ void KeyWriter::restoreState() {
 }
 
 KeyWriter::Arrival KeyWriter::awaitPress(xcb_keycode_t code) {
+    bool wasBlocked = false;
     for (;;) {
+        wasBlocked = wasBlocked || blocked_.test(code);
         const Batch batch = readBatch(code, 0);
         if (batch.ownPress.has_value())
             return judge(*batch.ownPress);
         if (batch.focusMoved)
             return Arrival::Elsewhere;
-        // Without a key of the user's in between the press has gone by. If the user does not hold
-        // that key either, another grab, such as that of a menu, has it.
+        // Without a key of the user's in between the press has gone by. If the user did not hold
+        // that key at any time, another grab, such as that of a menu, has it.
         if (!batch.userPress)
-            return blocked_.test(code) ? Arrival::Lost : Arrival::Elsewhere;
+            return wasBlocked ? Arrival::Lost : Arrival::Elsewhere;
     }
 }
 
@@ -284,8 +286,8 @@ KeyWriter::Batch KeyWriter::readBatch(xcb_keycode_t ownCode, xcb_keycode_t grabK
                 batch.userPress = true;
             }
         } else if (grab_.concernsFocus(*event)) {
-            batch.focusMoved = true;
-            focusMoved_ = grab_.refresh() || focusMoved_;
+            batch.focusMoved = grab_.refresh() || batch.focusMoved;
+            focusMoved_ = focusMoved_ || batch.focusMoved;
         } else if (!isStateNotice(*event)) {
             port_.putAside(std::move(event));
         }

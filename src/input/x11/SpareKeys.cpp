@@ -37,12 +37,13 @@ std::vector<xcb_keycode_t> SpareKeys::ownCodes() const {
     return codes;
 }
 
-void SpareKeys::setFreeCodes(const std::vector<xcb_keycode_t>& codes) {
+void SpareKeys::setKeymap(const Keymap& keymap) {
     std::vector<Slot> slots;
-    for (const xcb_keycode_t code : codes)
+    for (const xcb_keycode_t code : keymap.freeCodes())
         for (const std::uint8_t modifiers : {std::uint8_t{0}, std::uint8_t{XCB_MOD_MASK_SHIFT}}) {
             const auto old = std::find_if(slots_.begin(), slots_.end(), [&](const Slot& slot) {
-                return slot.code == code && slot.modifiers == modifiers;
+                return slot.code == code && slot.modifiers == modifiers && slot.character != 0 &&
+                       keymap.keysym(code, modifiers, 0) == xkb_utf32_to_keysym(slot.character);
             });
             slots.push_back(old != slots_.end() ? *old : Slot{code, modifiers, 0, 0});
         }

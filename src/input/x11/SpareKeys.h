@@ -16,8 +16,9 @@ class SpareKeys {
 
     /// Own keycodes, those of an earlier process included.
     std::vector<xcb_keycode_t> ownCodes() const;
-    /// Takes the keycodes that may be bound; forgets what is bound to others.
-    void setFreeCodes(const std::vector<xcb_keycode_t>& codes);
+    /// Takes the keycodes that may be bound from a layout just read, and forgets what it does not
+    /// have any more: a change of layout wipes all bindings.
+    void setKeymap(const Keymap& keymap);
 
     /// Binds those of the characters that are not bound yet, in one change of the map. False when
     /// there is no room, without any change: a binding that was used a moment ago is not given

@@ -237,7 +237,7 @@ void X11EventTaps::reloadKeymap() {
         const std::lock_guard lock(keymapMutex_);
         keymap_ = keymap;
     }
-    spareKeys_.setFreeCodes(keymap->freeCodes());
+    spareKeys_.setKeymap(*keymap);
     translator_.setKeymap(keymap);
     writer_.setKeymap(keymap);
 }
