@@ -288,7 +288,7 @@ KeyWriter::Batch KeyWriter::readBatch(xcb_keycode_t ownCode, xcb_keycode_t grabK
         } else if (grab_.concernsFocus(*event)) {
             batch.focusMoved = grab_.refresh() || batch.focusMoved;
             focusMoved_ = focusMoved_ || batch.focusMoved;
-        } else if (!isStateNotice(*event)) {
+        } else if (!noteState(*event)) {
             port_.putAside(std::move(event));
         }
     }
@@ -313,15 +313,10 @@ KeyWriter::Arrival KeyWriter::judge(const GrabbedPress& press) {
 
 void KeyWriter::stashUserPress(const GrabbedPress& press) {
     blocked_.set(press.code);
-    const std::uint8_t modifiers = keymap_->modifiersOfKey(press.code);
-    if (modifiers == 0) {
+    if (keymap_->modifiersOfKey(press.code) == 0)
         stash_.push_back({press.code, true, userState()});
-    } else if ((modifiers & XCB_MOD_MASK_LOCK) != 0) {
-        userCapsLock_ = !userCapsLock_;
-        port_.lock(capsLock_, group_);
-    } else {
+    else
         port_.fake(false, press.code); // or it would change what is typed
-    }
 }
 
 void KeyWriter::noteRaw(const RawKey& key) {
@@ -333,10 +328,27 @@ void KeyWriter::noteRaw(const RawKey& key) {
         stash_.push_back({key.code, false, userState()});
 }
 
-// The state changes while writing are the writer's own.
-bool KeyWriter::isStateNotice(const xcb_generic_event_t& event) const {
-    return (event.response_type & 0x7F) == connection_.xkbFirstEvent() &&
-           event.pad0 == XCB_XKB_STATE_NOTIFY;
+// Most changes of state while writing are the writer's own. Those that a key made are the user's:
+// they count from where the user was, and are undone until the writing ends.
+bool KeyWriter::noteState(const xcb_generic_event_t& event) {
+    const auto& notice = reinterpret_cast<const xcb_xkb_state_notify_event_t&>(event);
+    if ((event.response_type & 0x7F) != connection_.xkbFirstEvent() ||
+        notice.xkbType != XCB_XKB_STATE_NOTIFY)
+        return false;
+    if (notice.requestMajor != 0)
+        return true;
+    const bool capsLock = (notice.lockedMods & XCB_MOD_MASK_LOCK) != 0;
+    if ((notice.changed & XCB_XKB_STATE_PART_MODIFIER_LOCK) != 0 && capsLock != capsLock_) {
+        userCapsLock_ = !userCapsLock_;
+        port_.lock(capsLock_, group_);
+    }
+    if ((notice.changed & XCB_XKB_STATE_PART_GROUP_LOCK) != 0 && notice.lockedGroup != group_) {
+        const unsigned groups = keymap_->groupCount();
+        userGroup_ =
+            static_cast<std::uint8_t>((userGroup_ + groups + notice.lockedGroup - group_) % groups);
+        port_.lock(capsLock_, group_);
+    }
+    return true;
 }
 
 bool KeyWriter::takeOutUserKeys() {

@@ -73,7 +73,7 @@ class KeyWriter {
     void stashUserPress(const GrabbedPress& press);
     void noteRaw(const RawKey& key);
     bool takeOutUserKeys();
-    bool isStateNotice(const xcb_generic_event_t& event) const;
+    bool noteState(const xcb_generic_event_t& event);
     void setState(std::uint8_t modifiers, bool capsLock, std::uint8_t group);
     void setModifiers(std::uint8_t modifiers);
     void restoreState();

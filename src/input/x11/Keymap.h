@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <unordered_map>
 
 #include "Foundation/String.h"
@@ -68,6 +69,8 @@ class Keymap {
     xkb_keysym_t keysym(xcb_keycode_t code, std::uint8_t modifiers, std::uint8_t group) const;
     /// Keycodes without any symbol.
     const std::vector<xcb_keycode_t>& freeCodes() const { return freeCodes_; }
+    /// Number of groups, at least 1.
+    unsigned groupCount() const { return std::max(1U, xkb_keymap_num_layouts(keymap_)); }
     /// Name and, in brackets, variant of the layout in that group, such as "us" or "us(intl)".
     String layoutIdentifier(std::uint8_t group) const;
 

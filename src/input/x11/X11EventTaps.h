@@ -55,7 +55,9 @@ class X11EventTaps final : public EventTaps {
     void reportStall();
     void noteMissedKey();
     void checkExpectedKey();
-    void write(const GrabbedPress* pending, bool passPending);
+    void write(const GrabbedPress* pending, bool swallow);
+    void writeAnswer(xcb_keycode_t code, const KeyboardState& state, bool swallow);
+    void postEraseFirst(std::size_t count);
     void selectEvents(bool on);
     bool wantsKeys();
     void updateGrab();
@@ -83,6 +85,8 @@ class X11EventTaps final : public EventTaps {
     xcb_keycode_t keptCode_ = 0;
     /// Whether the last key released is to stay away from the application.
     bool releaseIsKept_ = false;
+    /// Characters that the last key added by completing a sequence; 0 for a key that did not.
+    std::size_t composedLength_ = 0;
     /// A key seen on the keyboard that has not reached the grab yet; 0 for none.
     xcb_keycode_t expectedCode_ = 0;
     std::atomic<double> missingSince_{0};

@@ -12,6 +12,13 @@ constexpr double UnbindSpareKeysAfter = 2.0;
 /// Seconds within which a key seen on the keyboard must have reached the grab.
 constexpr double ExpectedKeyWithin = 0.05;
 
+std::size_t characterCount(StringView text) {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < text.size(); i += codePointAt(text, i).length)
+        ++count;
+    return count;
+}
+
 // What a key of the pad does without Num Lock is what the navigation key does.
 std::uint16_t navigationKeyCode(xkb_keysym_t keysym) {
     switch (keysym) {
@@ -93,17 +100,13 @@ void X11EventTaps::handlePress(const GrabbedPress& press) {
     if (watchdog_.disarm()) {
         // The key has reached the application meanwhile. What was posted follows behind it, and
         // counts on a swallowed key not to be there.
-        if (swallow && !posted_.empty()) {
-            DesktopEvent erase;
-            erase.keyCode = DeleteKeyCode;
-            posted_.insert(posted_.begin(), {erase, erase});
-            posted_[1].type = EventType::KeyUp;
-        }
+        if (swallow && !posted_.empty())
+            postEraseFirst(1);
         reportStall();
         return;
     }
     if (!posted_.empty()) {
-        write(&press, !swallow);
+        write(&press, swallow);
         return;
     }
     if (swallow) {
@@ -224,8 +227,10 @@ DesktopEvent X11EventTaps::keyEvent(EventType type, xcb_keycode_t code,
     if (navigation != 0)
         return event;
     if (type == EventType::KeyDown && !chord) {
+        const bool wasComposing = translator_.isComposing();
         event.unicodeString = translator_.type(keysym);
         event.isComposing = translator_.isComposing();
+        composedLength_ = wasComposing ? characterCount(event.unicodeString) : 0;
     } else {
         event.unicodeString = KeyTranslator::text(keysym);
     }
@@ -246,18 +251,41 @@ bool X11EventTaps::deliverPress(xcb_keycode_t code, const KeyboardState& state) 
     return deliver(keyEvent(EventType::KeyDown, code, state));
 }
 
-// Writes what was posted, behind it the key that was pending if it is passed, then whatever the
-// user typed meanwhile, which may be expanded in its turn.
-void X11EventTaps::write(const GrabbedPress* pending, bool passPending) {
+void X11EventTaps::postEraseFirst(std::size_t count) {
+    DesktopEvent press;
+    press.keyCode = DeleteKeyCode;
+    DesktopEvent release = press;
+    release.type = EventType::KeyUp;
+    for (std::size_t i = 0; i < count; ++i)
+        posted_.insert(posted_.begin(), {press, release});
+}
+
+// Writes what was posted, ahead of the key if that is passed. A swallowed key that completes a dead
+// key's sequence is typed and erased all the same: the application has the sequence open, and the
+// first key of the text would be lost in it.
+void X11EventTaps::writeAnswer(xcb_keycode_t code, const KeyboardState& state, bool swallow) {
+    if (swallow && composedLength_ != 0 && !posted_.empty()) {
+        writer_.writeStroke(code, state);
+        postEraseFirst(composedLength_);
+    }
+    writePosted();
+    if (!swallow)
+        writer_.writeStroke(code, state);
+}
+
+// Writes what was posted, with the key that was pending, then whatever the user typed meanwhile,
+// which may be expanded in its turn.
+void X11EventTaps::write(const GrabbedPress* pending, bool swallow) {
     if (keymap_ == nullptr) {
         posted_.clear();
         return;
     }
     watchdog_.arm();
     writer_.begin(pending, std::exchange(keptCode_, xcb_keycode_t{0}));
-    writePosted();
-    if (pending != nullptr && passPending)
-        writer_.writeStroke(pending->code, pending->state);
+    if (pending != nullptr)
+        writeAnswer(pending->code, pending->state, swallow);
+    else
+        writePosted();
     handleStash();
     writer_.end();
     while (writer_.hasStashed()) {
@@ -272,6 +300,8 @@ void X11EventTaps::write(const GrabbedPress* pending, bool passPending) {
     if (watchdog_.disarm())
         reportStall();
     deliverFlags(state.baseModifiers, 0);
+    if (group_.exchange(state.lockedGroup) != state.lockedGroup && inputSourceChanged_)
+        inputSourceChanged_();
     if (spareKeys_.hasBindings() && loop_ != nullptr)
         loop_->cancelAndCallAfter(UnbindSpareKeysAfter, {this, "unbindSpareKeys"},
                                   [this] { spareKeys_.unbindAll(); });
@@ -295,10 +325,7 @@ void X11EventTaps::handleStash() {
             deliver(keyEvent(EventType::KeyUp, key.code, key.state));
             continue;
         }
-        const bool swallow = deliverPress(key.code, key.state);
-        writePosted();
-        if (!swallow)
-            writer_.writeStroke(key.code, key.state);
+        writeAnswer(key.code, key.state, deliverPress(key.code, key.state));
     }
 }
 
