@@ -155,8 +155,16 @@ void X11EventTaps::handleRaw(const RawKey& key) {
     releaseIsKept_ = deliver(event);
 }
 
+// On a busy machine the key itself may just not have been read.
 void X11EventTaps::checkExpectedKey() {
-    if (expectedCode_ == 0)
+    const xcb_keycode_t code = expectedCode_;
+    if (code == 0)
+        return;
+    port_.roundTrip();
+    while (XEvent event = port_.nextEvent())
+        dispatch(*event);
+    connection_.flush();
+    if (expectedCode_ != code)
         return;
     expectedCode_ = 0;
     noteMissedKey();
