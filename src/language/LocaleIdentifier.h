@@ -4,8 +4,7 @@
 
 namespace dresk {
 
-/// The identifier as ICU takes it. Empty gives the current locale; what can be no identifier gives
-/// the root locale.
+/// The identifier as ICU takes it. What is empty or can be no identifier gives the current locale.
 std::string localeIdentifier(StringView locale);
 
 } // namespace dresk

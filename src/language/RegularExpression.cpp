@@ -18,6 +18,21 @@ constexpr int32_t LongestMatchTicks = 1000;
 constexpr int32_t LargestStackBytes = 16 * 1024 * 1024;
 constexpr std::size_t LongestPattern = 64 * 1024;
 
+// One step over a back reference takes time with its length, and the library asks for the deadline
+// only every ten thousand steps.
+constexpr std::size_t LongestTextForBackReferences = 4096;
+
+bool hasBackReference(StringView pattern) {
+    for (std::size_t i = 0; i + 1 < pattern.size(); ++i) {
+        if (pattern[i] != u'\\')
+            continue;
+        ++i;
+        if ((pattern[i] >= u'1' && pattern[i] <= u'9') || pattern[i] == u'k')
+            return true;
+    }
+    return false;
+}
+
 struct Deadline {
     SteadyClock::time_point end = SteadyClock::now() + LongestSearch;
     unsigned calls = 0;
@@ -76,12 +91,15 @@ std::optional<RegularExpression> RegularExpression::compile(StringView pattern,
     uregex_setStackLimit(expression, LargestStackBytes, &status);
     if (U_FAILURE(status))
         return std::nullopt;
-    return RegularExpression(std::move(owner));
+    return RegularExpression(std::move(owner), hasBackReference(pattern));
 }
 
 bool RegularExpression::enumerateMatches(StringView text,
                                          const std::function<bool(const Groups&)>& handler) const {
-    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int32_t>::max()))
+    const std::size_t longestText =
+        hasBackReference_ ? LongestTextForBackReferences
+                          : static_cast<std::size_t>(std::numeric_limits<int32_t>::max());
+    if (text.size() > longestText)
         return false;
     URegularExpression* const expression = expression_.get();
     Deadline deadline;

@@ -11,7 +11,8 @@ struct URegularExpression;
 namespace dresk {
 
 /// A compiled pattern in ICU's dialect. Time and memory of a search are limited, so that a pattern
-/// that would take for ever fails instead. One thread at a time.
+/// that would take for ever fails instead; a pattern with a back reference searches 4,096 units at
+/// most. One thread at a time.
 class RegularExpression {
   public:
     /// The match, then its groups; a group that took no part is at NotFound.
@@ -31,10 +32,11 @@ class RegularExpression {
                                     StringView source);
 
   private:
-    explicit RegularExpression(std::shared_ptr<URegularExpression> expression)
-        : expression_(std::move(expression)) {}
+    RegularExpression(std::shared_ptr<URegularExpression> expression, bool hasBackReference)
+        : expression_(std::move(expression)), hasBackReference_(hasBackReference) {}
 
     std::shared_ptr<URegularExpression> expression_;
+    bool hasBackReference_;
 };
 
 } // namespace dresk

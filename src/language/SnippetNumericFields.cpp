@@ -18,23 +18,14 @@ bool isConstant(const SnippetFieldVariableData& data) {
     return data.dependedVariableNames.empty() || !data.expression.has_value();
 }
 
-// Membership in a list of names whose order counts.
-class PendingSet {
-  public:
-    explicit PendingSet(const std::vector<String>& names) : names_(names.begin(), names.end()) {}
-
-    bool holdsAnyOf(const std::vector<String>& names) const {
-        return std::any_of(names.begin(), names.end(),
-                           [this](const String& name) { return names_.contains(name); });
-    }
-    void takeOff(std::vector<String>& list, const String& name) {
-        names_.erase(name);
-        std::erase(list, name);
-    }
-
-  private:
-    std::unordered_set<String> names_;
-};
+bool evaluate(SnippetFieldVariableData& data, GCMathParser& parser) {
+    const GCMathResult result = parser.evaluate(*data.expression);
+    if (!std::holds_alternative<double>(result))
+        return false;
+    data.value = std::get<double>(result);
+    parser.setSymbolValue(data.value, data.name);
+    return true;
+}
 
 } // namespace
 
@@ -42,55 +33,96 @@ bool isValidMathVariableName(StringView name) {
     return !name.empty() && name != u"_" && std::all_of(name.begin(), name.end(), isWordCharacter);
 }
 
-SnippetNumericFields::SnippetNumericFields(const String& locale) : formatter_(locale, false) {}
+class SnippetNumericFields::Pending {
+  public:
+    void add(SnippetFieldVariableData& data) {
+        list_.push_back(&data);
+        names_.insert(data.name);
+    }
+    bool isEmpty() const { return list_.empty(); }
+    bool holdsDependencyOf(const SnippetFieldVariableData& data) const {
+        return std::any_of(data.dependedVariableNames.begin(), data.dependedVariableNames.end(),
+                           [this](const String& name) { return names_.contains(name); });
+    }
+    /// Goes once through all. `settle` answers whether a field is settled; it is off at once then,
+    /// and null ends the pass. True unless the pass was ended; `changed` tells whether any went
+    /// off.
+    template <class Settle>
+    bool runPass(Settle settle, bool& changed) {
+        std::vector<SnippetFieldVariableData*> left;
+        for (std::size_t i = 0; i < list_.size(); ++i) {
+            const std::optional<bool> settled = settle(*list_[i]);
+            if (!settled.has_value())
+                return false;
+            if (*settled)
+                names_.erase(list_[i]->name);
+            else
+                left.push_back(list_[i]);
+        }
+        changed = left.size() < list_.size();
+        list_ = std::move(left);
+        return true;
+    }
+    void takeConstants(GCMathParser& parser) {
+        bool changed = false;
+        runPass(
+            [&](const SnippetFieldVariableData& data) -> std::optional<bool> {
+                if (isConstant(data))
+                    parser.setSymbolValue(data.value, data.name);
+                return isConstant(data);
+            },
+            changed);
+    }
+
+  private:
+    std::vector<SnippetFieldVariableData*> list_;
+    std::unordered_set<StringView> names_;
+};
+
+SnippetNumericFields::SnippetNumericFields(const String& locale)
+    : reader_(locale, true), writer_(locale, false) {}
 
 bool SnippetNumericFields::onBodyOnLoad(
     const std::vector<std::shared_ptr<SnippetFieldVariable>>& fields) {
     GCMathParser parser;
-    PendingNames pending;
+    Pending pending;
     numericFieldNames_.clear();
     numericFieldDataMap_.clear();
     for (const auto& field : fields)
         if (field->isNumber())
             addField(*field, parser, pending);
     findDependencies();
-    takeConstants(pending, parser);
+    // A formula that names no field is not evaluated: its field stays at 0. That is meant.
+    pending.takeConstants(parser);
 
-    PendingSet pendingSet(pending);
+    const auto settle = [&](SnippetFieldVariableData& data) -> std::optional<bool> {
+        if (pending.holdsDependencyOf(data))
+            return false;
+        return evaluate(data, parser) ? std::optional(true) : std::nullopt;
+    };
     bool changed = true;
-    while (!pending.empty() && changed) {
-        changed = false;
-        for (const String& name : PendingNames(pending)) {
-            SnippetFieldVariableData& data = numericFieldDataMap_.at(name);
-            if (pendingSet.holdsAnyOf(data.dependedVariableNames))
-                continue;
-            if (!evaluate(data, parser))
-                return false;
-            pendingSet.takeOff(pending, name);
-            changed = true;
-        }
-    }
+    while (!pending.isEmpty() && changed)
+        if (!pending.runPass(settle, changed))
+            return false;
     return true;
 }
 
 void SnippetNumericFields::addField(const SnippetFieldVariable& field, GCMathParser& parser,
-                                    PendingNames& pending) {
+                                    Pending& pending) {
     const String name = field.name().value_or(String());
     if (!isValidMathVariableName(name) || numericFieldDataMap_.contains(name))
         return;
     numericFieldNames_.push_back(name);
-    SnippetFieldVariableData data;
+    SnippetFieldVariableData& data = numericFieldDataMap_[name];
     data.name = name;
-    data.expression = field.value();
-    const auto number = formatter_.numberFromString(field.value().value_or(String()));
+    const auto number = reader_.numberFromString(field.value().value_or(String()));
     if (number.has_value()) {
         data.value = *number;
-        data.expression.reset();
         parser.setSymbolValue(data.value, name);
     } else {
-        pending.push_back(name);
+        data.expression = field.value();
+        pending.add(data);
     }
-    numericFieldDataMap_.emplace(name, std::move(data));
 }
 
 void SnippetNumericFields::findDependencies() {
@@ -115,37 +147,18 @@ void SnippetNumericFields::findDependencies() {
     }
 }
 
-// A formula that names no field is not evaluated: its field stays at 0. That is meant.
-void SnippetNumericFields::takeConstants(PendingNames& pending, GCMathParser& parser) const {
-    std::erase_if(pending, [&](const String& name) {
-        const SnippetFieldVariableData& data = numericFieldDataMap_.at(name);
-        if (isConstant(data))
-            parser.setSymbolValue(data.value, name);
-        return isConstant(data);
-    });
-}
-
-bool SnippetNumericFields::evaluate(SnippetFieldVariableData& data, GCMathParser& parser) const {
-    const GCMathResult result = parser.evaluate(*data.expression);
-    if (!std::holds_alternative<double>(result))
-        return false;
-    data.value = std::get<double>(result);
-    parser.setSymbolValue(data.value, data.name);
-    return true;
-}
-
-std::set<String, std::less<>> SnippetNumericFields::namesThatDependOn(StringView name) const {
+std::set<StringView> SnippetNumericFields::namesThatDependOn(StringView name) const {
     std::map<StringView, std::vector<StringView>> users;
     for (const auto& [user, data] : numericFieldDataMap_)
         for (const String& used : data.dependedVariableNames)
             users[used].push_back(user);
-    std::set<String, std::less<>> result;
+    std::set<StringView> result;
     std::vector<StringView> reached{name};
     while (!reached.empty()) {
         const StringView used = reached.back();
         reached.pop_back();
         for (const StringView user : users[used])
-            if (result.emplace(user).second)
+            if (result.insert(user).second)
                 reached.push_back(user);
     }
     return result;
@@ -155,55 +168,49 @@ bool SnippetNumericFields::onTextInputOnChange(StringView name, StringView text)
     GCMathParser parser;
     const double value = doubleValue(text);
     parser.setSymbolValue(value, name);
-    const auto changedData = numericFieldDataMap_.find(name);
-    if (changedData != numericFieldDataMap_.end())
-        changedData->second.value = value;
+    Pending pending;
+    for (const String& other : numericFieldNames_) {
+        SnippetFieldVariableData& data = numericFieldDataMap_.at(other);
+        if (other == name)
+            data.value = value;
+        else
+            pending.add(data);
+    }
+    pending.takeConstants(parser);
 
-    PendingNames pending = numericFieldNames_;
-    std::erase(pending, name);
-    takeConstants(pending, parser);
     const auto dependents = namesThatDependOn(name);
-    while (!pending.empty()) {
-        const PendingNames pass = pending;
-        PendingSet pendingSet(pass);
-        for (const String& other : pass) {
-            SnippetFieldVariableData& data = numericFieldDataMap_.at(other);
-            // What does not depend on the input keeps its value but gets no symbol, so a formula
-            // that uses both reads it as 0. That is meant.
-            const bool isAffected = dependents.contains(other);
-            if (isAffected && pendingSet.holdsAnyOf(data.dependedVariableNames))
-                continue;
-            if (isAffected && !evaluate(data, parser))
-                return false;
-            pendingSet.takeOff(pending, other);
-        }
-        const bool isStuck = pending.size() == pass.size();
-        if (isStuck)
-            takeCycles(pending, parser, name);
-        if (isStuck && pending.size() == pass.size())
-            break;
+    const auto settle = [&](SnippetFieldVariableData& data) -> std::optional<bool> {
+        // What does not depend on the input keeps its value but gets no symbol, so a formula that
+        // uses both reads it as 0. That is meant.
+        if (!dependents.contains(data.name))
+            return true;
+        if (pending.holdsDependencyOf(data))
+            return false;
+        return evaluate(data, parser) ? std::optional(true) : std::nullopt;
+    };
+    // Of those that wait for each other, the ones that do not use the input keep their values.
+    const auto settleCycle = [&](const SnippetFieldVariableData& data) -> std::optional<bool> {
+        const auto& names = data.dependedVariableNames;
+        if (std::find(names.begin(), names.end(), name) != names.end())
+            return false;
+        parser.setSymbolValue(data.value, data.name);
+        return true;
+    };
+    bool changed = true;
+    while (!pending.isEmpty() && changed) {
+        if (!pending.runPass(settle, changed))
+            return false;
+        if (!changed)
+            pending.runPass(settleCycle, changed);
     }
     return true;
-}
-
-// Of the names that wait for each other, those that do not use the input itself keep their values.
-void SnippetNumericFields::takeCycles(PendingNames& pending, GCMathParser& parser,
-                                      StringView input) const {
-    std::erase_if(pending, [&](const String& name) {
-        const SnippetFieldVariableData& data = numericFieldDataMap_.at(name);
-        const auto& names = data.dependedVariableNames;
-        if (std::find(names.begin(), names.end(), input) != names.end())
-            return false;
-        parser.setSymbolValue(data.value, name);
-        return true;
-    });
 }
 
 std::optional<String> SnippetNumericFields::formattedValue(StringView name) const {
     const auto found = numericFieldDataMap_.find(name);
     if (found == numericFieldDataMap_.end())
         return std::nullopt;
-    return formatter_.stringFromNumber(found->second.value);
+    return writer_.stringFromNumber(found->second.value);
 }
 
 } // namespace dresk

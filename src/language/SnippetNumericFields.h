@@ -46,18 +46,18 @@ class SnippetNumericFields {
     }
 
   private:
-    using PendingNames = std::vector<String>;
+    using DataMap = std::map<String, SnippetFieldVariableData, std::less<>>;
+    /// Fields whose values are still to be found, in order.
+    class Pending;
 
-    void addField(const SnippetFieldVariable& field, GCMathParser& parser, PendingNames& pending);
+    void addField(const SnippetFieldVariable& field, GCMathParser& parser, Pending& pending);
     void findDependencies();
-    std::set<String, std::less<>> namesThatDependOn(StringView name) const;
-    bool evaluate(SnippetFieldVariableData& data, GCMathParser& parser) const;
-    void takeConstants(PendingNames& pending, GCMathParser& parser) const;
-    void takeCycles(PendingNames& pending, GCMathParser& parser, StringView input) const;
+    std::set<StringView> namesThatDependOn(StringView name) const;
 
-    DecimalFormatter formatter_;
+    DecimalFormatter reader_;
+    DecimalFormatter writer_;
     std::vector<String> numericFieldNames_;
-    std::map<String, SnippetFieldVariableData, std::less<>> numericFieldDataMap_;
+    DataMap numericFieldDataMap_;
 };
 
 } // namespace dresk
