@@ -23,11 +23,11 @@ String madeUpName(std::size_t column) {
 
 } // namespace
 
-CSVParser::CSVParser(String csvString, String separator, std::optional<CharacterSet> lineSeparator,
-                     bool hasHeader, std::vector<String> fieldNames)
+CSVParser::CSVParser(String csvString, String separator,
+                     const std::optional<CharacterSet>& lineSeparator, bool hasHeader,
+                     std::vector<String> fieldNames)
     : csvString_(std::move(csvString)), separator_(std::move(separator)),
-      lineSeparator_(lineSeparator.has_value() ? std::move(*lineSeparator)
-                                               : CharacterSet::newlineCharacterSet()),
+      lineSeparator_(lineSeparator.value_or(CharacterSet::newlineCharacterSet())),
       hasHeader_(hasHeader), fieldNames_(std::move(fieldNames)) {
     const auto isForbidden = [this](char16_t unit) {
         return unit == Quote || lineSeparator_.contains(unit);

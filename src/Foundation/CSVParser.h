@@ -19,7 +19,7 @@ class CSVParser {
     /// `separator` must not be empty and must hold neither a double quote nor a character of
     /// `lineSeparator`; a null `lineSeparator` means the newline characters. `fieldNames` names the
     /// columns; further ones get made-up names.
-    CSVParser(String csvString, String separator, std::optional<CharacterSet> lineSeparator,
+    CSVParser(String csvString, String separator, const std::optional<CharacterSet>& lineSeparator,
               bool hasHeader, std::vector<String> fieldNames);
 
     /// Null when there is no first row: an empty text, or one that begins with a line end.

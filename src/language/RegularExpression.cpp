@@ -16,7 +16,7 @@ constexpr auto LongestSearch = std::chrono::milliseconds(250);
 // In the library's ticks of some ten thousand steps.
 constexpr int32_t LongestMatchTicks = 1000;
 constexpr int32_t LargestStackBytes = 16 * 1024 * 1024;
-constexpr std::size_t LongestPattern = 64 * 1024;
+constexpr std::size_t LongestPattern = 65536;
 
 // One step over a back reference takes time with its length, and the library asks for the deadline
 // only every ten thousand steps.

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint64_t MaximumReferences = 20'000;
 constexpr std::size_t MaximumScriptDepth = 100;
-constexpr std::uint64_t MaximumNestedUnits = 32 * 1024 * 1024;
+constexpr std::uint64_t MaximumNestedUnits = std::uint64_t{32} * 1024 * 1024;
 
 constexpr StringView Arrows = u"◀▲▶▼";
 constexpr std::array<std::uint16_t, 4> ArrowKeyCodes = {123, 126, 124, 125};

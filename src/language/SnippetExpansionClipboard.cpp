@@ -12,8 +12,8 @@ namespace {
 using Content = SnippetExpandedContent::Content;
 
 // Results that grow beyond this count as taking too long.
-constexpr std::uint64_t LongestResult = 64 * 1024 * 1024;
-constexpr std::uint64_t MaximumClipboardUnits = 64 * 1024 * 1024;
+constexpr std::uint64_t LongestResult = std::uint64_t{64} * 1024 * 1024;
+constexpr std::uint64_t MaximumClipboardUnits = std::uint64_t{64} * 1024 * 1024;
 
 String searchPattern(const SnippetClipboardVariable& variable) {
     const String& find = *variable.find();

@@ -1,3 +1,6 @@
+#include <atomic>
+#include <thread>
+
 #include <gtest/gtest.h>
 
 #include "Foundation/StringNumbers.h"
@@ -226,6 +229,28 @@ TEST(SnippetDateTimeVariable, KeepsFormattersApart) {
             EXPECT_EQ(variable.value(environment),
                       expected + String(static_cast<std::size_t>(i), u'x'));
         }
+}
+
+TEST(SnippetDateTimeVariable, FormatsOnSeveralThreads) {
+    ParserFixture world;
+    const SnippetEnvironment environment = world.environment();
+    std::vector<std::thread> threads;
+    std::atomic<int> wrong = 0;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([&, thread] {
+            for (int i = 0; i < 200; ++i) {
+                SnippetDateVariable variable;
+                variable.setFormat(u"d'" + String(static_cast<std::size_t>(i % 40 + 1), u'x') +
+                                   u"'");
+                variable.setDay(thread);
+                const auto text = variable.value(environment);
+                const String expected[] = {u"31", u"1", u"2", u"3"};
+                wrong += text->substr(0, text->find(u'x')) == expected[thread] ? 0 : 1;
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, 0);
 }
 
 } // namespace
