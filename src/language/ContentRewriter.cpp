@@ -65,7 +65,11 @@ void ContentRewriter::insert(const AttributedString& text) {
 }
 
 void ContentRewriter::appendRun(std::uint64_t length, AttributedString::Attributes attributes) {
-    if (length > 0)
+    if (length == 0)
+        return;
+    if (!resultRuns_.empty() && resultRuns_.back().attributes == attributes)
+        resultRuns_.back().length += length;
+    else
         resultRuns_.push_back({length, std::move(attributes)});
 }
 

@@ -75,8 +75,6 @@ DateTimeFormats::DateTimeFormats(const String& timeZone, const String& locale)
         calendar_.reset(calendar, ucal_close);
 }
 
-DateTimeFormats::~DateTimeFormats() = default;
-
 DateComponents DateTimeFormats::componentsFromDate(Date date) const {
     const std::lock_guard lock(mutex_);
     UErrorCode status = U_ZERO_ERROR;

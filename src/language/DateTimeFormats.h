@@ -43,7 +43,6 @@ class DateTimeFormats {
     explicit DateTimeFormats(const String& timeZone = {}, const String& locale = {});
     DateTimeFormats(const DateTimeFormats&) = delete;
     DateTimeFormats& operator=(const DateTimeFormats&) = delete;
-    ~DateTimeFormats();
 
     const String& locale() const { return locale_; }
 

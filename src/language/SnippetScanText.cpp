@@ -101,7 +101,11 @@ void SnippetScanText::takeRuns(std::size_t length, Receiver receiver) {
 }
 
 void SnippetScanText::appendRun(AttributedString::Run run) {
-    if (isRichText_ && run.length > 0)
+    if (!isRichText_ || run.length == 0)
+        return;
+    if (!doneRuns_.empty() && doneRuns_.back().attributes == run.attributes)
+        doneRuns_.back().length += run.length;
+    else
         doneRuns_.push_back(std::move(run));
 }
 

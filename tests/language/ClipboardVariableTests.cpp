@@ -137,16 +137,17 @@ TEST(ClipboardVariable, EndsHostileSearchesAndLeavesTheTextAlone) {
 }
 
 TEST(ClipboardVariable, TakesALargeClipboardButNotForEver) {
+    constexpr std::size_t million = 1'048'576;
     ParserFixture world;
-    world.pasteboard->setString(String(25 * 1024 * 1024, u'x'));
+    world.pasteboard->setString(String(25 * million, u'x'));
     const auto once = world.parser.parseSnippet(*world.add(u"x", u"a【clipboard】b"), world.groups);
-    EXPECT_EQ(once->length(), 25U * 1024 * 1024 + 2);
-    world.pasteboard->setString(String(1024 * 1024, u'x'));
+    EXPECT_EQ(once->length(), 25 * million + 2);
+    world.pasteboard->setString(String(million, u'x'));
     String tokens;
     for (int i = 0; i < 200; ++i)
         tokens += u"【clipboard】";
     const auto often = world.parser.parseSnippet(*world.add(u"x", tokens), world.groups);
-    EXPECT_EQ(often->length(), 64U * 1024 * 1024);
+    EXPECT_EQ(often->length(), 64 * million);
 }
 
 } // namespace
