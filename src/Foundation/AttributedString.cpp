@@ -29,6 +29,13 @@ AttributedString::AttributedString(StringView text, Attributes attributes) : str
 
 AttributedString::AttributedString(String text, std::vector<Run> runs)
     : string_(std::move(text)), runs_(std::move(runs)) {
+    std::uint64_t covered = 0;
+    for (Run& run : runs_) {
+        run.length = std::min(run.length, length() - covered);
+        covered += run.length;
+    }
+    if (covered < length())
+        runs_.push_back({length() - covered, nullptr});
     joinRuns();
 }
 

@@ -23,7 +23,8 @@ class AttributedString {
 
     AttributedString() = default;
     explicit AttributedString(StringView text, Attributes attributes = nullptr);
-    /// The lengths of the runs, none of them empty, add up to the text's.
+
+    /// Runs that reach beyond the text are cut; text that they do not reach has no attributes.
     AttributedString(String text, std::vector<Run> runs);
 
     std::uint64_t length() const { return string_.size(); }
