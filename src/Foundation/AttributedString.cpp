@@ -27,6 +27,18 @@ AttributedString::AttributedString(StringView text, Attributes attributes) : str
         runs_.push_back({text.size(), std::move(attributes)});
 }
 
+AttributedString::AttributedString(String text, std::vector<Run> runs)
+    : string_(std::move(text)), runs_(std::move(runs)) {
+    std::uint64_t covered = 0;
+    for (Run& run : runs_) {
+        run.length = std::min(run.length, length() - covered);
+        covered += run.length;
+    }
+    if (covered < length())
+        runs_.push_back({length() - covered, nullptr});
+    joinRuns();
+}
+
 Range AttributedString::clamped(Range range) const {
     const std::uint64_t location = std::min<std::uint64_t>(range.location, length());
     return {location, std::min(range.length, length() - location)};

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "language/SnippetVariable.h"
+#include "language/DRScript.h"
+#include "language/SnippetFieldVariable.h"
 
 namespace dresk {
 
@@ -27,14 +28,29 @@ bool isReturnOrTab(std::uint16_t keyCode) {
     return keyCode == ReturnKey || keyCode == TabKey;
 }
 
+template <class Variable>
+std::vector<std::shared_ptr<Variable>>
+subarrayWhichIsKindOfClass(const SnippetExpandedContent::Variables& variables) {
+    std::vector<std::shared_ptr<Variable>> result;
+    for (const auto& variable : variables)
+        if (auto fitting = std::dynamic_pointer_cast<Variable>(variable))
+            result.push_back(std::move(fitting));
+    return result;
+}
+
 } // namespace
 
+std::vector<std::shared_ptr<SnippetFieldVariable>> SnippetExpandedContent::fields() const {
+    return subarrayWhichIsKindOfClass<SnippetFieldVariable>(variables_);
+}
+
+std::vector<std::shared_ptr<SnippetAbbreviationVariable>>
+SnippetExpandedContent::abbreviations() const {
+    return subarrayWhichIsKindOfClass<SnippetAbbreviationVariable>(variables_);
+}
+
 std::vector<std::shared_ptr<SnippetKeyVariable>> SnippetExpandedContent::keys() const {
-    std::vector<std::shared_ptr<SnippetKeyVariable>> result;
-    for (const auto& variable : variables_)
-        if (auto key = std::dynamic_pointer_cast<SnippetKeyVariable>(variable))
-            result.push_back(std::move(key));
-    return result;
+    return subarrayWhichIsKindOfClass<SnippetKeyVariable>(variables_);
 }
 
 std::vector<std::shared_ptr<SnippetKeyVariable>> SnippetExpandedContent::arrows() const {
@@ -63,6 +79,12 @@ bool SnippetExpandedContent::hasDelayedKey() const {
     return std::any_of(variables_.begin(), variables_.end(), [](const auto& variable) {
         const auto* key = as<SnippetKeyVariable>(variable);
         return key != nullptr && key->delay() > 0;
+    });
+}
+
+bool SnippetExpandedContent::hasCaretOrFields() const {
+    return std::any_of(variables_.begin(), variables_.end(), [](const auto& variable) {
+        return isCaret(variable) || as<SnippetFieldVariable>(variable) != nullptr;
     });
 }
 

@@ -7,7 +7,10 @@
 
 namespace dresk {
 
+class DRScript;
 class Snippet;
+class SnippetAbbreviationVariable;
+class SnippetFieldVariable;
 class SnippetKeyVariable;
 class SnippetVariable;
 
@@ -18,6 +21,7 @@ class SnippetExpandedContent {
     /// Plain for a plain parse, attributed for a rich one.
     using Content = std::variant<String, AttributedString>;
     using Variables = std::vector<std::shared_ptr<SnippetVariable>>;
+    using Scripts = std::vector<std::shared_ptr<DRScript>>;
 
     const Content& content() const { return content_; }
     void setContent(Content content) { content_ = std::move(content); }
@@ -30,11 +34,16 @@ class SnippetExpandedContent {
     /// In reading order of the text.
     const Variables& variables() const { return variables_; }
     void setVariables(Variables variables) { variables_ = std::move(variables); }
+    /// Scripts taken out of the content, in its order; empty until they are split off.
+    const Scripts& scripts() const { return scripts_; }
+    void setScripts(Scripts scripts) { scripts_ = std::move(scripts); }
     /// Text to put behind the content; null or empty for none.
     const std::optional<String>& suffix() const { return suffix_; }
     void setSuffix(std::optional<String> suffix) { suffix_ = std::move(suffix); }
     bool hasSuffix() const { return suffix_.has_value() && !suffix_->empty(); }
 
+    std::vector<std::shared_ptr<SnippetFieldVariable>> fields() const;
+    std::vector<std::shared_ptr<SnippetAbbreviationVariable>> abbreviations() const;
     std::vector<std::shared_ptr<SnippetKeyVariable>> keys() const;
     /// The same list as `keys`.
     std::vector<std::shared_ptr<SnippetKeyVariable>> arrows() const;
@@ -42,6 +51,7 @@ class SnippetExpandedContent {
     bool hasCaretLocationOrKeys() const;
     bool hasCaretLocationOrArrowKeys() const;
     bool hasDelayedKey() const;
+    bool hasCaretOrFields() const;
 
     /// The content as a plain string.
     const String& string() const;
@@ -62,6 +72,7 @@ class SnippetExpandedContent {
     Content content_;
     std::shared_ptr<Snippet> originalSnippet_;
     Variables variables_;
+    Scripts scripts_;
     std::optional<String> suffix_;
 };
 

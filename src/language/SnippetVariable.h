@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Foundation/AttributedString.h"
+#include "language/SnippetVariableParams.h"
 
 namespace dresk {
 
@@ -9,6 +10,8 @@ namespace dresk {
 class SnippetVariable {
   public:
     SnippetVariable() = default;
+    /// Reads "optional" and "readonly".
+    explicit SnippetVariable(const SnippetVariableParams& params);
     SnippetVariable(const SnippetVariable&) = delete;
     SnippetVariable& operator=(const SnippetVariable&) = delete;
     virtual ~SnippetVariable() = default;
@@ -29,6 +32,11 @@ class SnippetVariable {
     void setIsSelected(bool value) { isSelected_ = value; }
     bool isReadonly() const { return isReadonly_; }
     void setIsReadonly(bool value) { isReadonly_ = value; }
+    virtual bool canSetReadonly() const { return true; }
+
+    /// The body of a token that reads back as this variable. The base gives the text of its own
+    /// parameters, or null where there is none.
+    virtual std::optional<String> toString() const;
 
   private:
     std::uint64_t location_ = 0;
@@ -38,7 +46,7 @@ class SnippetVariable {
     bool isReadonly_ = false;
 };
 
-/// Where the caret ends.
+/// Where the caret ends. Made by the parser alone.
 class SnippetContentCaret final : public SnippetVariable {};
 
 /// A key press in the middle of the text.
@@ -48,6 +56,12 @@ class SnippetKeyVariable final : public SnippetVariable {
     static constexpr std::uint64_t ControlFlag = 0x40000;
     static constexpr std::uint64_t OptionFlag = 0x80000;
     static constexpr std::uint64_t CommandFlag = 0x100000;
+
+    /// No count, so it presses nothing unless it passes through the text form.
+    SnippetKeyVariable() = default;
+    /// Knows neither "optional" nor "readonly".
+    explicit SnippetKeyVariable(const SnippetVariableParams& params);
+    std::optional<String> toString() const override;
 
     /// The key's display text; it has no effect on what is sent.
     const std::optional<String>& key() const { return key_; }
