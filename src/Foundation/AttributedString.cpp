@@ -12,7 +12,8 @@ bool operator==(const TextAttributes& a, const TextAttributes& b) {
         (a.attachment != nullptr && b.attachment != nullptr && *a.attachment == *b.attachment);
     return sameAttachment && a.font == b.font && a.foregroundColor == b.foregroundColor &&
            a.backgroundColor == b.backgroundColor && a.alignment == b.alignment &&
-           a.underlineStyle == b.underlineStyle && a.link == b.link && a.toolTip == b.toolTip;
+           a.underlineStyle == b.underlineStyle && a.link == b.link && a.toolTip == b.toolTip &&
+           a.paragraphStyle == b.paragraphStyle && a.others == b.others;
 }
 
 bool equalAttributes(const AttributedString::Attributes& a, const AttributedString::Attributes& b) {
@@ -25,6 +26,18 @@ bool equalAttributes(const AttributedString::Attributes& a, const AttributedStri
 AttributedString::AttributedString(StringView text, Attributes attributes) : string_(text) {
     if (!text.empty())
         runs_.push_back({text.size(), std::move(attributes)});
+}
+
+AttributedString::AttributedString(String text, std::vector<Run> runs)
+    : string_(std::move(text)), runs_(std::move(runs)) {
+    std::uint64_t covered = 0;
+    for (Run& run : runs_) {
+        run.length = std::min(run.length, length() - covered);
+        covered += run.length;
+    }
+    if (covered < length())
+        runs_.push_back({length() - covered, nullptr});
+    joinRuns();
 }
 
 Range AttributedString::clamped(Range range) const {

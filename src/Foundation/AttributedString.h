@@ -24,6 +24,9 @@ class AttributedString {
     AttributedString() = default;
     explicit AttributedString(StringView text, Attributes attributes = nullptr);
 
+    /// Runs that reach beyond the text are cut; text that they do not reach has no attributes.
+    AttributedString(String text, std::vector<Run> runs);
+
     std::uint64_t length() const { return string_.size(); }
     const String& string() const { return string_; }
     /// Adjacent runs never have equal attributes, and no run is empty.
