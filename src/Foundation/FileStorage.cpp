@@ -14,6 +14,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// What the user exports is subject to the user's mask; what is stored is nobody else's business.
+constexpr unsigned Shared = 0666;
+constexpr unsigned Private = 0600;
+
 std::error_code lastError() {
     return {errno, std::generic_category()};
 }
@@ -21,8 +25,8 @@ std::error_code lastError() {
 /// Owns a file descriptor.
 class Descriptor {
   public:
-    Descriptor(const fs::path& path, int flags)
-        : value_(open(path.c_str(), flags | O_CLOEXEC, 0600)) {}
+    explicit Descriptor(const fs::path& path, int flags = O_RDONLY, unsigned mode = 0)
+        : value_(open(path.c_str(), flags | O_CLOEXEC, mode)) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() {
@@ -41,8 +45,8 @@ class Descriptor {
     int value_;
 };
 
-std::error_code writeAll(const fs::path& path, std::string_view bytes, bool flush) {
-    Descriptor file(path, O_WRONLY | O_CREAT | O_TRUNC);
+std::error_code writeAll(const fs::path& path, std::string_view bytes, unsigned mode, bool flush) {
+    Descriptor file(path, O_WRONLY | O_CREAT | O_TRUNC, mode);
     if (file.get() < 0)
         return lastError();
     while (!bytes.empty()) {
@@ -81,7 +85,7 @@ std::error_code keepAs(const fs::path& path, const fs::path& previous) {
 
 std::optional<std::string> readFile(const fs::path& path, std::error_code& error) {
     error.clear();
-    const Descriptor file(path, O_RDONLY);
+    const Descriptor file(path);
     if (file.get() < 0) {
         if (errno != ENOENT && errno != ENOTDIR)
             error = lastError();
@@ -107,14 +111,14 @@ std::optional<std::string> readFile(const fs::path& path, std::error_code& error
 }
 
 std::error_code writeFile(const fs::path& path, std::string_view bytes) {
-    return writeAll(path, bytes, false);
+    return writeAll(path, bytes, Shared, false);
 }
 
 std::error_code replaceFile(const fs::path& path, std::string_view bytes,
                             const fs::path& previous) {
     fs::path fresh = path;
     fresh += ".new";
-    std::error_code error = writeAll(fresh, bytes, true);
+    std::error_code error = writeAll(fresh, bytes, Private, true);
     if (!error && !previous.empty())
         error = keepAs(path, previous);
     if (!error && rename(fresh.c_str(), path.c_str()) != 0)
