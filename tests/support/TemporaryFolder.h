@@ -6,11 +6,20 @@
 
 namespace dresk::test {
 
+/// A file system in memory where there is one: for tests that write much and ask nothing of a disk.
+inline std::filesystem::path memoryFolder() {
+    std::error_code ignored;
+    const std::filesystem::path shared = "/dev/shm";
+    return std::filesystem::is_directory(shared, ignored) ? shared
+                                                          : std::filesystem::temp_directory_path();
+}
+
 /// A folder of its own for one test, removed with all that is in it.
 class TemporaryFolder {
   public:
-    TemporaryFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "dresk-test-XXXXXX").string();
+    explicit TemporaryFolder(
+        const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
+        std::string name = (parent / "dresk-test-XXXXXX").string();
         path_ = mkdtemp(name.data());
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
