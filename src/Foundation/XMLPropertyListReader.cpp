@@ -46,6 +46,23 @@ bool isShallow(std::string_view xml) {
     return true;
 }
 
+/// Whether a zero character stands in it, as a byte or by number. The library ends the program when
+/// it meets one, so that such a file has to be refused before it is read.
+bool hasZeroCharacter(std::string_view xml) {
+    if (xml.find('\0') != std::string_view::npos)
+        return true;
+    constexpr std::size_t LongestReference = 8;
+    for (std::size_t i = xml.find("&#"); i != std::string_view::npos; i = xml.find("&#", i + 1)) {
+        std::string_view digits = xml.substr(i + 2);
+        if (digits.starts_with('x') || digits.starts_with('X'))
+            digits.remove_prefix(1);
+        const std::size_t end = digits.find(';');
+        if (end > LongestReference || digits.find_first_not_of('0') == end)
+            return true;
+    }
+    return false;
+}
+
 PropertyList converted(plist_t node);
 
 PropertyList convertedArray(plist_t node) {
@@ -146,7 +163,8 @@ PropertyList converted(plist_t node) {
 std::optional<PropertyList> readXMLPropertyList(std::string_view bytes) {
     if (bytes.starts_with("\xEF\xBB\xBF"))
         bytes.remove_prefix(3);
-    if (bytes.empty() || bytes.size() > MaximumXMLSize || !isShallow(bytes))
+    if (bytes.empty() || bytes.size() > MaximumXMLSize || hasZeroCharacter(bytes) ||
+        !isShallow(bytes))
         return std::nullopt;
     plist_t root = nullptr;
     plist_from_xml(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);

@@ -91,6 +91,8 @@ TEST(PropertyList, RefusesDamagedBinaryFiles) {
         {"key that is no text", file(std::string("\xD1\1\1\x09", 4), {0, 3})},
         {"unfolds to billions", file(bomb, offsets)},
         {"text", "hello"},
+        {"zero in XML", "<plist><string>a&#x00;b</string></plist>"},
+        {"zero byte in XML", std::string("<plist><string>a\0</string></plist>", 34)},
         {"broken XML", "<plist><dict><key>a</key>"},
     };
     for (const auto& [name, bytes] : cases)
