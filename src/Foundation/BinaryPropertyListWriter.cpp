@@ -1,3 +1,4 @@
+#include <array>
 #include <bit>
 #include <unordered_map>
 
@@ -5,8 +6,8 @@
 
 namespace dresk {
 
-/// Numbers every distinct object, then writes them. Equal short strings, integers and references
-/// are one object each, and so is whatever the tree shares.
+/// Numbers every object, then writes them. Whatever the tree shares is one object, and so are equal
+/// references and equal small integers.
 class BinaryPropertyListWriter {
   public:
     std::string write(const PropertyList& root) {
@@ -38,7 +39,6 @@ class BinaryPropertyListWriter {
         const String* key;
         std::size_t firstReference;
     };
-    static constexpr std::size_t LongestShared = 64;
 
     static unsigned bytesFor(std::uint64_t value) {
         return value < 0x100 ? 1 : value < 0x10000 ? 2 : value < 0x1'0000'0000 ? 4 : 8;
@@ -49,69 +49,97 @@ class BinaryPropertyListWriter {
         return static_cast<Index>(objects_.size() - 1);
     }
 
-    Index addString(const String* text, const PropertyList* value) {
-        const auto [known, isNew] = shared_.try_emplace(text, 0);
-        if (isNew) {
-            if (text->size() > LongestShared) {
-                known->second = append(value, text);
-            } else {
-                const auto [equal, isFirst] = strings_.try_emplace(StringView(*text), 0);
-                if (isFirst)
-                    equal->second = append(value, text);
-                known->second = equal->second;
-            }
-        }
-        return known->second;
+    /// What the tree holds once needs no look-up.
+    template <class T>
+    std::pair<Index*, bool> place(const std::shared_ptr<const T>& object) {
+        if (object.use_count() == 1)
+            return {nullptr, true};
+        const auto [known, isNew] = shared_.try_emplace(object.get(), 0);
+        return {&known->second, isNew};
     }
 
-    template <class Map, class Key>
-    Index addUnique(Map& map, Key key, const PropertyList& value) {
-        const auto [known, isNew] = map.try_emplace(key, 0);
-        if (isNew)
-            known->second = append(&value, nullptr);
-        return known->second;
+    template <class T>
+    Index addShared(const std::shared_ptr<const T>& object, const PropertyList* value,
+                    const String* key) {
+        const auto [known, isNew] = place(object);
+        if (!isNew)
+            return *known;
+        const Index index = append(value, key);
+        if (known != nullptr)
+            *known = index;
+        return index;
+    }
+
+    Index addUID(std::uint64_t uid, const PropertyList& value) {
+        constexpr std::uint64_t LargestListed = 1 << 24;
+        if (uid >= LargestListed)
+            return append(&value, nullptr);
+        if (uid >= uids_.size())
+            uids_.resize(std::max<std::size_t>(uid + 1, 2 * uids_.size()));
+        if (uids_[uid] == 0)
+            uids_[uid] = append(&value, nullptr) + 1;
+        return uids_[uid] - 1;
+    }
+
+    Index addInteger(std::int64_t integer, const PropertyList& value) {
+        if (integer < 0 || static_cast<std::uint64_t>(integer) >= smallIntegers_.size())
+            return append(&value, nullptr);
+        Index& known = smallIntegers_[static_cast<std::size_t>(integer)];
+        if (known == 0)
+            known = append(&value, nullptr) + 1;
+        return known - 1;
     }
 
     Index add(const PropertyList& value) {
-        if (const String* text = value.string())
-            return addString(text, &value);
-        if (const auto uid = value.uid())
-            return addUnique(uids_, uid->value, value);
+        using Shared = PropertyList;
+        if (const auto* text = std::get_if<Shared::SharedString>(&value.value_))
+            return addShared(*text, &value, text->get());
+        if (const auto* uid = std::get_if<Shared::UID>(&value.value_))
+            return addUID(uid->value, value);
         if (const auto* integer = std::get_if<std::int64_t>(&value.value_))
-            return addUnique(integers_, *integer, value);
-        if (const auto* elements = value.array())
-            return addArray(*elements, value);
-        if (const auto* entries = value.dictionary())
-            return addDictionary(*entries, value);
-        if (const auto* bytes = value.bytes())
-            return addUnique(shared_, static_cast<const void*>(bytes), value);
+            return addInteger(*integer, value);
+        if (const auto* array = std::get_if<std::shared_ptr<const Shared::Array>>(&value.value_))
+            return addArray(*array, value);
+        if (const auto* dictionary =
+                std::get_if<std::shared_ptr<const Shared::Dictionary>>(&value.value_))
+            return addDictionary(*dictionary, value);
+        if (const auto* bytes = std::get_if<std::shared_ptr<const Shared::Bytes>>(&value.value_))
+            return addShared(*bytes, &value, nullptr);
         return append(&value, nullptr);
     }
 
-    Index addArray(const PropertyList::Array& elements, const PropertyList& value) {
-        const auto [known, isNew] = shared_.try_emplace(&elements, 0);
+    Index addArray(const std::shared_ptr<const PropertyList::Array>& array,
+                   const PropertyList& value) {
+        const auto [known, isNew] = place(array);
         if (!isNew)
-            return known->second;
-        const Index index = known->second = append(&value, nullptr);
-        const std::size_t first = reserveReferences(index, elements.size());
-        for (std::size_t i = 0; i < elements.size(); ++i) {
-            const Index element = add(elements[i]);
+            return *known;
+        const Index index = append(&value, nullptr);
+        if (known != nullptr)
+            *known = index;
+        const std::size_t first = reserveReferences(index, array->size());
+        for (std::size_t i = 0; i < array->size(); ++i) {
+            const Index element = add((*array)[i]);
             references_[first + i] = element;
         }
         return index;
     }
 
-    Index addDictionary(const PropertyList::Dictionary& entries, const PropertyList& value) {
-        const auto [known, isNew] = shared_.try_emplace(&entries, 0);
+    Index addDictionary(const std::shared_ptr<const PropertyList::Dictionary>& dictionary,
+                        const PropertyList& value) {
+        const auto [known, isNew] = place(dictionary);
         if (!isNew)
-            return known->second;
-        const Index index = known->second = append(&value, nullptr);
-        const std::size_t first = reserveReferences(index, 2 * entries.size());
-        for (std::size_t i = 0; i < entries.size(); ++i) {
-            const Index key = addString(entries[i].key.get(), nullptr);
-            const Index element = add(entries[i].value);
+            return *known;
+        const Index index = append(&value, nullptr);
+        if (known != nullptr)
+            *known = index;
+        const std::size_t count = dictionary->size();
+        const std::size_t first = reserveReferences(index, 2 * count);
+        for (std::size_t i = 0; i < count; ++i) {
+            const PropertyList::Entry& entry = (*dictionary)[i];
+            const Index key = addShared(entry.key, nullptr, entry.key.get());
+            const Index element = add(entry.value);
             references_[first + i] = key;
-            references_[first + entries.size() + i] = element;
+            references_[first + count + i] = element;
         }
         return index;
     }
@@ -124,8 +152,10 @@ class BinaryPropertyListWriter {
     }
 
     void number(std::uint64_t value, unsigned size) {
-        for (unsigned i = size; i-- > 0;)
-            out_.push_back(static_cast<char>(value >> (8 * i)));
+        char bytes[8];
+        for (unsigned i = 0; i < size; ++i)
+            bytes[i] = static_cast<char>(value >> (8 * (size - 1 - i)));
+        out_.append(bytes, size);
     }
 
     void integer(std::int64_t value) {
@@ -149,8 +179,14 @@ class BinaryPropertyListWriter {
         for (const char16_t unit : text)
             ascii = ascii && unit < 0x80;
         head(ascii ? 0x5 : 0x6, text.size());
-        for (const char16_t unit : text)
-            number(unit, ascii ? 1 : 2);
+        const std::size_t width = ascii ? 1 : 2;
+        std::size_t position = out_.size();
+        out_.resize(position + width * text.size());
+        for (const char16_t unit : text) {
+            if (!ascii)
+                out_[position++] = static_cast<char>(unit >> 8);
+            out_[position++] = static_cast<char>(unit);
+        }
     }
 
     void containerReferences(const Object& object, std::size_t count) {
@@ -196,9 +232,9 @@ class BinaryPropertyListWriter {
     std::vector<Index> references_;
     std::vector<std::size_t> offsets_;
     std::unordered_map<const void*, Index> shared_;
-    std::unordered_map<StringView, Index> strings_;
-    std::unordered_map<std::uint64_t, Index> uids_;
-    std::unordered_map<std::int64_t, Index> integers_;
+    // Index plus one; 0 for what was not met yet.
+    std::vector<Index> uids_;
+    std::array<Index, 256> smallIntegers_{};
     unsigned referenceSize_ = 1;
     std::string out_;
 };

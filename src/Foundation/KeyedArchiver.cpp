@@ -7,7 +7,6 @@ namespace dresk {
 namespace {
 
 constexpr std::int64_t ArchiveVersion = 100000;
-constexpr std::size_t LongestShared = 64;
 
 constexpr std::array<StringView, 2> DateClass{u"NSDate", u"NSObject"};
 constexpr std::array<StringView, 2> ArrayClass{u"NSArray", u"NSObject"};
@@ -44,12 +43,10 @@ PropertyList::SharedString KeyedArchiver::key(StringView name) {
     return shared;
 }
 
-KeyedArchiver::UID KeyedArchiver::addString(StringView text) {
-    if (text.size() > LongestShared)
-        return append(PropertyList(String(text)));
+KeyedArchiver::UID KeyedArchiver::addName(StringView text) {
     const auto [known, isNew] = strings_.try_emplace(String(text));
     if (isNew)
-        known->second = append(PropertyList(String(text)));
+        known->second = addString(text);
     return known->second;
 }
 
@@ -111,7 +108,7 @@ KeyedArchiver::UID KeyedArchiver::addPropertyList(const PropertyList& value) {
     if (const auto* members = value.dictionary()) {
         std::vector<std::pair<UID, UID>> uids;
         for (const PropertyList::Entry& member : *members)
-            uids.emplace_back(addString(StringView(*member.key)), addPropertyList(member.value));
+            uids.emplace_back(addName(*member.key), addPropertyList(member.value));
         return addDictionary(uids, Mutability::Immutable);
     }
     return value.isNull() || value.uid().has_value() ? UID{} : append(value);
@@ -131,6 +128,13 @@ KeyedArchiver::UID KeyedArchiver::classUID(ArchivedClass chain) {
         record.emplace_back(key(u"$classes"), PropertyList(std::move(names)));
         known->second = append(PropertyList(std::move(record)));
     }
+    return known->second;
+}
+
+KeyedArchiver::UID KeyedArchiver::ownClassUID(ArchivedClass chain) {
+    const auto [known, isNew] = ownClasses_.try_emplace(chain.data());
+    if (isNew)
+        known->second = classUID(chain);
     return known->second;
 }
 
@@ -248,14 +252,17 @@ PropertyList KeyedArchiver::finishEncoding(UID root) {
 }
 
 KeyedArchiver::Object::Object(KeyedArchiver& archiver, ArchivedClass chain)
-    : archiver_(archiver), class_(chain), uid_(archiver.append({})) {}
+    : archiver_(archiver), class_(chain), uid_(archiver.append({})) {
+    constexpr std::size_t UsualMembers = 14;
+    members_.reserve(UsualMembers);
+}
 
 void KeyedArchiver::Object::encodeValue(PropertyList value, StringView key) {
     members_.emplace_back(archiver_.key(key), std::move(value));
 }
 
 KeyedArchiver::UID KeyedArchiver::Object::finish() {
-    members_.emplace_back(archiver_.key(u"$class"), PropertyList(archiver_.classUID(class_)));
+    members_.emplace_back(archiver_.key(u"$class"), PropertyList(archiver_.ownClassUID(class_)));
     archiver_.objects_[uid_.value] = PropertyList(std::move(members_));
     return uid_;
 }

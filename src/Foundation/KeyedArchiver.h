@@ -8,7 +8,8 @@
 
 namespace dresk {
 
-/// A class and its superclasses as an archive names them: itself first, the root class last.
+/// A class and its superclasses as an archive names them: itself first, the root class last. It
+/// must outlive the archiver.
 using ArchivedClass = std::span<const StringView>;
 
 /// Makes a keyed archive: a table of objects that refer to each other by number. Objects are added
@@ -23,8 +24,9 @@ class KeyedArchiver {
     KeyedArchiver(const KeyedArchiver&) = delete;
     KeyedArchiver& operator=(const KeyedArchiver&) = delete;
 
-    /// Equal short strings are one object.
-    UID addString(StringView text);
+    UID addString(StringView text) { return append(PropertyList(String(text))); }
+    /// For texts that come again and again: equal ones are one object.
+    UID addName(StringView text);
     /// Null for an absent string.
     UID addString(const std::optional<String>& text);
     UID addBytes(std::string bytes) { return append(PropertyList(std::move(bytes))); }
@@ -60,6 +62,7 @@ class KeyedArchiver {
   private:
     UID append(PropertyList value);
     UID classUID(ArchivedClass chain);
+    UID ownClassUID(ArchivedClass chain);
     UID classUID(const PropertyList& record);
     PropertyList::SharedString key(StringView name);
     class Transfer;
@@ -68,6 +71,8 @@ class KeyedArchiver {
     std::unordered_map<const void*, UID> identities_;
     std::unordered_map<String, UID> strings_;
     std::map<String, UID> classes_;
+    /// By the address of the chain, which is a constant of the program.
+    std::unordered_map<const StringView*, UID> ownClasses_;
     std::unordered_map<StringView, PropertyList::SharedString> keys_;
     std::map<std::pair<const ArchivedGraph*, std::uint64_t>, UID> transferred_;
     std::vector<std::shared_ptr<const ArchivedGraph>> graphs_;

@@ -11,12 +11,6 @@ constexpr std::uint64_t CopiesPerByte = 8;
 constexpr unsigned MaximumBridgeDepth = 64;
 constexpr std::size_t MaximumBridgeSize = 1'000'000;
 
-bool chainHas(const PropertyList::Array& chain, StringView name) {
-    return std::any_of(chain.begin(), chain.end(), [&](const PropertyList& element) {
-        return element.string() != nullptr && *element.string() == name;
-    });
-}
-
 /// The number of a key made of `prefix` and up to nine digits.
 std::optional<std::uint64_t> numberBehind(StringView prefix, StringView key) {
     if (!key.starts_with(prefix) || key.size() == prefix.size() || key.size() > prefix.size() + 9)
@@ -127,38 +121,50 @@ const PropertyList* ArchivedObject::member(StringView key) const {
     return value_ != nullptr ? value_->find(key) : nullptr;
 }
 
-const PropertyList* ArchivedObject::classRecord() const {
+const ArchivedClassRecord& KeyedUnarchiver::classRecord(std::uint64_t uid) {
+    const auto [known, isNew] = classes_.try_emplace(uid);
+    ArchivedClassRecord& record = known->second;
+    if (!isNew || uid >= objects_->size())
+        return record;
+    const PropertyList* chain = (*objects_)[uid].find(u"$classes");
+    const PropertyList* name = (*objects_)[uid].find(u"$classname");
+    if (name != nullptr && name->string() != nullptr)
+        record.name = *name->string();
+    if (chain != nullptr && chain->array() != nullptr) {
+        record.chain.emplace();
+        for (const PropertyList& element : *chain->array())
+            if (element.string() != nullptr)
+                record.chain->push_back(*element.string());
+    }
+    record.isValid = chain != nullptr ? record.chain.has_value() : !record.name.empty();
+    return record;
+}
+
+bool ArchivedClassRecord::isKindOfClass(StringView className) const {
+    if (name == className)
+        return true;
+    if (chain.has_value())
+        return std::find(chain->begin(), chain->end(), className) != chain->end();
+    return name.starts_with(u"NSMutable") && className.starts_with(u"NS") &&
+           StringView(name).substr(9) == className.substr(2);
+}
+
+const ArchivedClassRecord* ArchivedObject::classRecord() const {
     const PropertyList* reference = member(u"$class");
     if (reference == nullptr || !reference->uid().has_value())
         return nullptr;
-    const std::uint64_t uid = reference->uid()->value;
-    if (uid >= unarchiver_->objects_->size())
-        return nullptr;
-    const PropertyList& record = (*unarchiver_->objects_)[uid];
-    const PropertyList* chain = record.find(u"$classes");
-    const PropertyList* name = record.find(u"$classname");
-    const bool valid =
-        chain != nullptr ? chain->array() != nullptr : name != nullptr && name->string() != nullptr;
-    return valid ? &record : nullptr;
+    const ArchivedClassRecord& record = unarchiver_->classRecord(reference->uid()->value);
+    return record.isValid ? &record : nullptr;
 }
 
 String ArchivedObject::className() const {
-    const PropertyList* record = classRecord();
-    const PropertyList* name = record != nullptr ? record->find(u"$classname") : nullptr;
-    return name != nullptr && name->string() != nullptr ? *name->string() : String();
+    const ArchivedClassRecord* record = classRecord();
+    return record != nullptr ? record->name : String();
 }
 
 bool ArchivedObject::isKindOfClass(StringView name) const {
-    const PropertyList* record = classRecord();
-    if (record == nullptr)
-        return false;
-    const String own = className();
-    if (own == name)
-        return true;
-    if (const PropertyList* chain = record->find(u"$classes"))
-        return chainHas(*chain->array(), name);
-    return own.starts_with(u"NSMutable") && name.starts_with(u"NS") &&
-           StringView(own).substr(9) == name.substr(2);
+    const ArchivedClassRecord* record = classRecord();
+    return record != nullptr && record->isKindOfClass(name);
 }
 
 ArchivedObject ArchivedObject::object(StringView key) const {

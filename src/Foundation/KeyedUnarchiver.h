@@ -10,6 +10,17 @@ namespace dresk {
 
 class KeyedUnarchiver;
 
+/// A class as an archive describes it.
+struct ArchivedClassRecord {
+    /// False for a damaged record.
+    bool isValid = false;
+    String name;
+    /// Null where the archive has only the name.
+    std::optional<std::vector<String>> chain;
+
+    bool isKindOfClass(StringView className) const;
+};
+
 /// A view of one object, or plain value, of a keyed archive. Cheap to copy; valid as long as its
 /// unarchiver. What is missing or of another kind reads as null, 0 or false.
 class ArchivedObject {
@@ -63,7 +74,7 @@ class ArchivedObject {
 
     const PropertyList* member(StringView key) const;
     const PropertyList* plainMember(StringView key) const;
-    const PropertyList* classRecord() const;
+    const ArchivedClassRecord* classRecord() const;
     std::vector<ArchivedObject> elements(StringView listKey, StringView itemKey) const;
 
     KeyedUnarchiver* unarchiver_ = nullptr;
@@ -113,6 +124,7 @@ class KeyedUnarchiver {
     friend class ArchivedObject;
     KeyedUnarchiver(PropertyList archive, std::uint64_t copyLimit);
     ArchivedObject resolve(const PropertyList* value);
+    const ArchivedClassRecord& classRecord(std::uint64_t uid);
     std::uint64_t lift(std::uint64_t uid);
     PropertyList lifted(const PropertyList& value);
     ArchivedValue lift(const ArchivedObject& object);
@@ -122,6 +134,7 @@ class KeyedUnarchiver {
     bool lossless_ = true;
     std::uint64_t copyLimit_ = UINT64_MAX;
     std::map<std::pair<std::uint64_t, std::type_index>, std::shared_ptr<void>> made_;
+    std::unordered_map<std::uint64_t, ArchivedClassRecord> classes_;
     std::shared_ptr<ArchivedGraph> graph_;
     std::unordered_map<std::uint64_t, std::uint64_t> liftedNumbers_;
     std::vector<std::uint64_t> pendingLifts_;

@@ -241,7 +241,7 @@ std::vector<std::pair<UID, UID>> encodeMembers(KeyedArchiver& archiver,
                                                const TextAttributes& attributes) {
     std::vector<std::pair<UID, UID>> members;
     const auto add = [&](StringView name, UID value) {
-        members.emplace_back(archiver.addString(name), value);
+        members.emplace_back(archiver.addName(name), value);
     };
     if (attributes.font.has_value())
         add(u"NSFont", encodeFont(archiver, *attributes.font));

@@ -86,7 +86,7 @@ TEST(Crash, LeavesTheOldOrTheNewDataWhole) {
         const auto data = store.dataForKey(PreferenceKey::Data);
         ASSERT_TRUE(data.has_value()) << round;
         // Whole data is byte for byte one of the two; take it apart now and then to be sure.
-        const int number = round % 100 == 0        ? numberIn(*data)
+        const int number = round % 100 == 0       ? numberIn(*data)
                            : *data == archives[0] ? 0
                            : *data == archives[1] ? 1
                                                   : -1;

@@ -16,6 +16,8 @@
 namespace dresk {
 namespace {
 
+constexpr std::array<StringView, 2> StrangerClass{u"Stranger", u"NSObject"};
+
 namespace fs = std::filesystem;
 
 /// Comma-separated text as the tests want to see it.
@@ -288,7 +290,7 @@ TEST_F(DataManagerTest, FindsTheNewestReadableDataWhenTheStoreIsDamaged) {
 
 TEST_F(DataManagerTest, KeepsACopyOfDataThatItCannotReadInFull) {
     KeyedArchiver archiver;
-    KeyedArchiver::Object stranger(archiver, std::array<StringView, 2>{u"Stranger", u"NSObject"});
+    KeyedArchiver::Object stranger(archiver, StrangerClass);
     const auto snippets = archiver.addArray(
         {SnippetCoding::encodeSnippetGroup(archiver, *group(u"A", {u"a"})), stranger.finish()},
         KeyedArchiver::Mutability::Mutable);

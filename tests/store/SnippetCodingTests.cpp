@@ -13,6 +13,8 @@
 namespace dresk {
 namespace {
 
+constexpr std::array<StringView, 2> StrangerClass{u"Stranger", u"NSObject"};
+
 constexpr std::array<StringView, 2> SnippetClass{u"Snippet", u"NSObject"};
 constexpr std::array<StringView, 2> GroupClass{u"SnippetGroup", u"NSObject"};
 using Object = KeyedArchiver::Object;
@@ -192,7 +194,7 @@ TEST(SnippetCoding, ReadsEarlierFormsOfAGroup) {
     EXPECT_TRUE(archive->isLossless());
 
     const auto strange = archiveOf(GroupClass, [](KeyedArchiver& archiver, Object& object) {
-        Object unknown(archiver, std::array<StringView, 2>{u"Stranger", u"NSObject"});
+        Object unknown(archiver, StrangerClass);
         Object snippet(archiver, SnippetClass);
         object.encodeObject(archiver.addArray({unknown.finish(), {}, snippet.finish()},
                                               KeyedArchiver::Mutability::Mutable),
