@@ -12,7 +12,8 @@ bool operator==(const TextAttributes& a, const TextAttributes& b) {
         (a.attachment != nullptr && b.attachment != nullptr && *a.attachment == *b.attachment);
     return sameAttachment && a.font == b.font && a.foregroundColor == b.foregroundColor &&
            a.backgroundColor == b.backgroundColor && a.alignment == b.alignment &&
-           a.underlineStyle == b.underlineStyle && a.link == b.link && a.toolTip == b.toolTip;
+           a.underlineStyle == b.underlineStyle && a.link == b.link && a.toolTip == b.toolTip &&
+           a.paragraphStyle == b.paragraphStyle && a.others == b.others;
 }
 
 bool equalAttributes(const AttributedString::Attributes& a, const AttributedString::Attributes& b) {

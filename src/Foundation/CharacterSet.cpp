@@ -9,6 +9,8 @@ namespace dresk {
 
 namespace {
 
+constexpr unsigned LastPlane = 16;
+
 template <class Predicate>
 CharacterSet build(Predicate predicate) {
     CharacterSet set;
@@ -49,6 +51,13 @@ CharacterSet::CharacterSet(StringView members) : CharacterSet() {
         add(unit);
 }
 
+CharacterSet::CharacterSet(unsigned plane, const Bits& bits) : CharacterSet() {
+    if (plane == 0)
+        bits_ = std::make_shared<Bits>(bits);
+    else if (plane <= LastPlane && bits != Bits{})
+        planes_ = std::make_shared<const Planes>(Planes{{plane, bits}});
+}
+
 CharacterSet::Bits& CharacterSet::ownBits() {
     if (bits_.use_count() != 1)
         bits_ = std::make_shared<Bits>(*bits_);
@@ -69,13 +78,58 @@ void CharacterSet::formUnion(const CharacterSet& other) {
     Bits& bits = ownBits();
     for (std::size_t i = 0; i < bits.size(); ++i)
         bits[i] |= (*other.bits_)[i];
+    if (other.planes_ == nullptr)
+        return;
+    Planes planes = supplementaryPlanes();
+    for (const auto& [number, plane] : *other.planes_)
+        for (std::size_t i = 0; i < plane.size(); ++i)
+            planes[number][i] |= plane[i];
+    planes_ = std::make_shared<const Planes>(std::move(planes));
 }
 
 CharacterSet CharacterSet::inverted() const {
     CharacterSet result = *this;
     for (std::uint64_t& word : result.ownBits())
         word = ~word;
+    Planes planes;
+    for (unsigned number = 1; number <= LastPlane; ++number) {
+        Bits plane{};
+        const auto own = supplementaryPlanes().find(number);
+        if (own != supplementaryPlanes().end())
+            plane = own->second;
+        bool isEmpty = true;
+        for (std::uint64_t& word : plane) {
+            word = ~word;
+            isEmpty = isEmpty && word == 0;
+        }
+        if (!isEmpty)
+            planes.emplace(number, plane);
+    }
+    result.planes_ = std::make_shared<const Planes>(std::move(planes));
     return result;
+}
+
+const CharacterSet::Planes& CharacterSet::supplementaryPlanes() const {
+    static const Planes none;
+    return planes_ != nullptr ? *planes_ : none;
+}
+
+bool CharacterSet::containsCodePoint(char32_t codePoint) const {
+    if (codePoint <= 0xFFFF)
+        return contains(static_cast<char16_t>(codePoint));
+    const auto plane = supplementaryPlanes().find(codePoint >> 16);
+    return plane != supplementaryPlanes().end() &&
+           (plane->second[(codePoint & 0xFFFF) >> 6] >> (codePoint & 63) & 1) != 0;
+}
+
+void CharacterSet::addCodePoint(char32_t codePoint) {
+    if (codePoint <= 0xFFFF) {
+        add(static_cast<char16_t>(codePoint));
+    } else if (codePoint >> 16 <= LastPlane && !containsCodePoint(codePoint)) {
+        Planes planes = supplementaryPlanes();
+        planes[codePoint >> 16][(codePoint & 0xFFFF) >> 6] |= std::uint64_t{1} << (codePoint & 63);
+        planes_ = std::make_shared<const Planes>(std::move(planes));
+    }
 }
 
 std::size_t CharacterSet::count() const {

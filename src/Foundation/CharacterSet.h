@@ -1,32 +1,47 @@
 #pragma once
 
 #include <array>
+#include <map>
 #include <memory>
 
 #include "Foundation/String.h"
 
 namespace dresk {
 
-/// A set of 16-bit code units. Copies share their bits until one of them is changed; a set may be
+/// A set of 16-bit code units, with the code points beyond the basic plane kept beside them for the
+/// archives that have such. Copies share their bits until one of them is changed; a set may be
 /// read from any thread while no thread changes that same object.
 class CharacterSet {
   public:
     /// The empty set.
     CharacterSet();
     explicit CharacterSet(StringView members);
+    /// The members of one plane, 0 for the basic one; a plane beyond 16 gives the empty set.
+    CharacterSet(unsigned plane, const std::array<std::uint64_t, 1024>& bits);
 
     bool contains(char16_t unit) const { return ((*bits_)[unit >> 6] >> (unit & 63) & 1) != 0; }
     void add(char16_t unit);
     void remove(char16_t unit);
     void formUnion(const CharacterSet& other);
     CharacterSet inverted() const;
-    /// Number of members, 0 to 65,536.
+
+    /// Membership of any code point up to U+10FFFF.
+    bool containsCodePoint(char32_t codePoint) const;
+    void addCodePoint(char32_t codePoint);
+    /// The planes beyond the basic one that have members, each as 65,536 bits, lowest first.
+    using Bits = std::array<std::uint64_t, 1024>;
+    using Planes = std::map<unsigned, Bits>;
+    const Planes& supplementaryPlanes() const;
+    const Bits& basicPlane() const { return *bits_; }
+
+    /// Number of members in the basic plane, 0 to 65,536.
     std::size_t count() const;
-    /// The members in ascending order.
+    /// The members in the basic plane in ascending order.
     String members() const;
 
     friend bool operator==(const CharacterSet& a, const CharacterSet& b) {
-        return a.bits_ == b.bits_ || *a.bits_ == *b.bits_;
+        return (a.bits_ == b.bits_ || *a.bits_ == *b.bits_) &&
+               a.supplementaryPlanes() == b.supplementaryPlanes();
     }
 
     /// The platform's named sets, restricted to the basic plane. Built once, any thread.
@@ -47,10 +62,11 @@ class CharacterSet {
     static const CharacterSet& illegalCharacterSet();
 
   private:
-    using Bits = std::array<std::uint64_t, 1024>;
     Bits& ownBits();
 
     std::shared_ptr<Bits> bits_;
+    /// Null for none; no plane in it is empty.
+    std::shared_ptr<const Planes> planes_;
 };
 
 } // namespace dresk

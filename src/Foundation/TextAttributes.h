@@ -1,18 +1,20 @@
 #pragma once
 
-#include <array>
 #include <map>
 
+#include "Foundation/ArchivedValue.h"
 #include "Foundation/AttributedString.h"
 
 namespace dresk {
 
-/// A colour in the calibrated RGB space, components 0 to 1.
+/// A colour in the calibrated RGB space, components 0 to 1. Grey and named colours are converted.
 struct TextColor {
     double red = 0;
     double green = 0;
     double blue = 0;
     double alpha = 1;
+    /// What the colour was read from; written again as long as the members above say the same.
+    ArchivedValue archived = {};
     friend bool operator==(const TextColor&, const TextColor&) = default;
 };
 
@@ -23,6 +25,8 @@ struct TextFont {
     double size = 12;
     bool bold = false;
     bool italic = false;
+    /// What the font was read from; written again as long as the members above say the same.
+    ArchivedValue archived = {};
     friend bool operator==(const TextFont&, const TextFont&) = default;
 };
 
@@ -32,6 +36,9 @@ enum class TextAlignment { Left = 0, Right = 1, Center = 2, Justified = 3, Natur
 struct TextAttachment {
     String preferredFilename;
     std::string contents;
+    /// What the attachment was read from, with whatever else belongs to it; written again as long
+    /// as the members above say the same.
+    ArchivedValue archived = {};
     friend bool operator==(const TextAttachment&, const TextAttachment&) = default;
 };
 
@@ -41,11 +48,15 @@ struct TextAttributes {
     std::optional<TextColor> foregroundColor;
     std::optional<TextColor> backgroundColor;
     std::optional<TextAlignment> alignment;
+    /// The paragraph style that was read, of which `alignment` is a part; the rest is kept.
+    ArchivedValue paragraphStyle;
     /// 0 none, 1 single; other values as the archive has them.
     std::int64_t underlineStyle = 0;
     std::optional<String> link;
     std::optional<String> toolTip;
     std::shared_ptr<const TextAttachment> attachment;
+    /// Attributes that nothing here understands, by name.
+    std::map<String, ArchivedValue> others;
 };
 
 bool operator==(const TextAttributes& a, const TextAttributes& b);

@@ -1,6 +1,8 @@
 #include "Foundation/XCDUUID.h"
 
-#include <random>
+#include <cstdlib>
+
+#include <unistd.h>
 
 namespace dresk {
 
@@ -25,12 +27,8 @@ int hexValue(char16_t unit) {
 } // namespace
 
 XCDUUID::XCDUUID() {
-    std::random_device source;
-    for (std::size_t i = 0; i < bytes_.size(); i += 4) {
-        const std::uint32_t word = source();
-        for (std::size_t k = 0; k < 4; ++k)
-            bytes_[i + k] = static_cast<std::uint8_t>(word >> (8 * k));
-    }
+    if (getentropy(bytes_.data(), bytes_.size()) != 0)
+        std::abort(); // cannot fail for so few bytes
     bytes_[6] = static_cast<std::uint8_t>((bytes_[6] & 0x0F) | 0x40);
     bytes_[8] = static_cast<std::uint8_t>((bytes_[8] & 0x3F) | 0x80);
 }

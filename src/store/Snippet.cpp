@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "Foundation/RTF.h"
 #include "Foundation/Unicode.h"
 #include "store/SnippetGroup.h"
 
@@ -148,6 +149,12 @@ void Snippet::setPlainTextContent(const std::optional<String>& content) {
 
 std::uint64_t Snippet::contentLength() const {
     return richTextContent_.has_value() ? richTextContent_->length() : 0;
+}
+
+std::optional<std::string> Snippet::contentData() const {
+    if (!richTextContent_.has_value())
+        return std::nullopt;
+    return RTFDFromAttributedString(*richTextContent_);
 }
 
 bool Snippet::isSimpleSnippet() const {

@@ -88,6 +88,8 @@ class Snippet {
     void setPlainTextContent(const std::optional<String>& content);
     std::uint64_t contentLength() const;
     bool hasContent() const { return richTextContent_.has_value(); }
+    /// The content as flat RTFD; null where there is none.
+    std::optional<std::string> contentData() const;
     /// Whether no variable can stand in the content; false without content.
     bool isSimpleSnippet() const;
     bool isScript() const;
@@ -126,6 +128,7 @@ class Snippet {
 
   private:
     void noteAbbreviationsChanged();
+    friend struct SnippetCoding;
 
     const Clock* clock_;
     std::optional<XCDUUID> uuid_;

@@ -126,6 +126,8 @@ class SnippetGroup {
     replaceNewlineCharacterByCarriageReturnCharacter(std::optional<CharacterSet> set);
 
   private:
+    friend struct SnippetCoding;
+
     const Clock* clock_;
     std::optional<XCDUUID> uuid_;
     Date dateCreated_;

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Foundation/AttributedString.h"
+#include "Foundation/FileWrapper.h"
+
+namespace dresk {
+
+/// Reads RTF. Null if the bytes do not begin as RTF does; what is damaged behind that is read as
+/// far as it goes. `files` holds the attachments by name, null where there are none.
+std::optional<AttributedString> attributedStringWithRTF(std::string_view bytes,
+                                                        const FileWrapper* files = nullptr);
+
+/// Reads flat RTFD, and RTF alone. Null for anything else.
+std::optional<AttributedString> attributedStringWithRTFD(std::string_view bytes);
+
+/// Writes RTF. Fonts, colours, bold, italic, underline, alignment and links survive; attachments
+/// leave their place only.
+std::string RTFFromAttributedString(const AttributedString& text);
+
+/// Writes flat RTFD, attachments included.
+std::string RTFDFromAttributedString(const AttributedString& text);
+
+} // namespace dresk
