@@ -11,6 +11,24 @@ namespace {
 
 using namespace dresk;
 
+// The environment is read before the program starts its threads.
+std::filesystem::path folderFrom(const char* variable, const char* belowHome) {
+    const char* folder = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
+    if (folder != nullptr && *folder == '/')
+        return folder;
+    const char* home = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe)
+    return std::filesystem::path(home != nullptr ? home : "/") / belowHome;
+}
+
+Application::Files files() {
+    // Installed, the default data lies beside the program; otherwise where it was built.
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const auto installed = program.parent_path() / "../share/dresk/Default.dresk";
+    return {folderFrom("XDG_CONFIG_HOME", ".config") / "dresk" / "preferences.plist",
+            std::filesystem::exists(installed, error) ? installed : DRESK_DEFAULT_DATA};
+}
+
 int runApplication(const CommandLine& commandLine, int heartbeatDescriptor) {
     std::string error;
     const auto desktop = makeX11Desktop(nullptr, error);
@@ -20,7 +38,7 @@ int runApplication(const CommandLine& commandLine, int heartbeatDescriptor) {
     }
     for (const std::string& file : commandLine.files)
         logLine("Cannot open " + file + ".");
-    return Application(*desktop, heartbeatDescriptor).run();
+    return Application(*desktop, files(), heartbeatDescriptor).run();
 }
 
 } // namespace

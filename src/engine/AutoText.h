@@ -41,6 +41,10 @@ class AutoText {
     bool enabled() const { return enabled_; }
     /// A real change forgets what was typed.
     void setEnabled(bool enabled);
+    /// Flags for the adaptation of case. Before the service delivers.
+    void setSnippetAdaptToAbbreviationCaseOption(std::uint64_t flags) {
+        snippetAdaptToAbbreviationCaseOption_ = flags;
+    }
     void setPlayFeedbackSound(bool play) { playFeedbackSound_ = play; }
     void setFeedbackSound(std::shared_ptr<FeedbackSound> sound);
     /// Which modifier turns digits into row selectors: 0 none, 1 Shift, 2 Control, 3 Option, 4
@@ -173,6 +177,7 @@ class AutoText {
     BundleIdentifierResolver& bundleIdentifierResolver_;
     RunLoop& mainRunLoop_;
     const CharacterSet defaultDelimiters_{DefaultDelimiters};
+    std::uint64_t snippetAdaptToAbbreviationCaseOption_ = 0;
     const CharacterSet whitespaceAndNewlines_ = CharacterSet::whitespaceAndNewlineCharacterSet();
     const CharacterSet decimalDigits_ = CharacterSet::decimalDigitCharacterSet();
     const SnippetGroupList* snippetGroups_ = nullptr;

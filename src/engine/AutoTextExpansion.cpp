@@ -1,4 +1,5 @@
 #include "engine/AutoText.h"
+#include "language/SnippetUtils.h"
 
 namespace dresk {
 
@@ -67,6 +68,13 @@ AutoText::prepareExpansion(const std::shared_ptr<Snippet>& snippet,
     auto content = snippetParser_->parseSnippet(*snippet, groups());
     if (content == nullptr)
         return std::nullopt;
+    // Nor is a text with holes in the places of its fields and scripts.
+    if (!content->fields().empty() || !content->abbreviations().empty())
+        return std::nullopt;
+    if (abbreviation.has_value() && !abbreviation->empty() &&
+        snippet->caseSensitivity() == SnippetCaseSensitivity::IgnoreAndAdapt)
+        SnippetUtils::correctSnippetContentCase(*content, *abbreviation,
+                                                snippetAdaptToAbbreviationCaseOption_);
     // An expansion that would retype what is there does nothing at all.
     if (snippet->contentType() == SnippetContentType::PlainText &&
         !content->hasCaretLocationOrKeys() && abbreviation == content->string())

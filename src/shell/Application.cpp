@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include "Foundation/Log.h"
-#include "shell/SampleSnippets.h"
+#include "Foundation/PreferenceKeys.h"
 
 namespace dresk {
 
@@ -28,17 +28,21 @@ int openSignalDescriptor() {
 
 } // namespace
 
-Application::Application(Desktop& desktop, int heartbeatDescriptor)
+Application::Application(Desktop& desktop, const Files& files, int heartbeatDescriptor)
     : signalDescriptor_(openSignalDescriptor()), heartbeat_(heartbeatDescriptor),
       desktop_(desktop, heartbeat_), bundleIdentifierResolver_(desktop_.processes()),
+      preferences_(files.preferences, &mainRunLoop_),
+      dataManager_(preferences_, mainRunLoop_, {u"" DRESK_VERSION, files.defaultData, {}, {}}),
       macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
       autoText_(macInputService_, bundleIdentifierResolver_, mainRunLoop_) {
     if (signalDescriptor_ >= 0)
         mainRunLoop_.addDescriptor(signalDescriptor_, [this] { endOnSignals(); });
-    snippetGroups_.groups = sampleSnippets();
-    macInputService_.setSnippetGroupList(&snippetGroups_);
-    autoText_.setSnippetGroups(&snippetGroups_);
+    loadData();
+    macInputService_.setSnippetGroupList(&dataManager_.snippetGroups());
+    autoText_.setSnippetGroups(&dataManager_.snippetGroups());
     autoText_.setSnippetParser(&snippetParser_);
+    autoText_.setSnippetAdaptToAbbreviationCaseOption(static_cast<std::uint64_t>(
+        preferences_.integerForKey(PreferenceKey::SnippetAdaptToAbbreviationCaseOption)));
     autoText_.setEnabled(true);
 }
 
@@ -48,10 +52,26 @@ Application::~Application() {
         close(signalDescriptor_);
 }
 
+void Application::loadData() {
+    dataManager_.loadData();
+    const DataLoadReport& report = dataManager_.loadReport();
+    if (!report.isDamaged)
+        return;
+    std::string line = "Some of the stored data could not be read.";
+    for (const auto& path : report.keptAside)
+        line += " It is kept as " + path.string() + ".";
+    if (!report.loadedFrom.empty())
+        line += " The data was read from " + report.loadedFrom.string() + " instead.";
+    logLine(line);
+}
+
 int Application::run() {
     macInputService_.enableEvents();
     mainRunLoop_.run();
     macInputService_.disableEvents();
+    // The delayed save would be lost, and the times of last use are in memory only.
+    dataManager_.saveData();
+    preferences_.synchronize();
     return 0;
 }
 

@@ -26,8 +26,8 @@ class Dresk : public DesktopTest {
         const Deadline deadline(seconds);
         while (!deadline.passed()) {
             target_->clear();
-            type(u"darrow ");
-            if (target_->awaitText(u"\u2192 ", 0.5) == u"\u2192 ") {
+            type(u"tyvm ");
+            if (target_->awaitText(u"Thank you very much! ", 0.5) == u"Thank you very much! ") {
                 return true;
             }
         }
@@ -49,8 +49,8 @@ class Dresk : public DesktopTest {
 
 TEST_F(Dresk, ExpandsSamplesUntilItIsToldToEnd) {
     target_->clear();
-    type(u"Hello sig darrow\n");
-    EXPECT_TRUE(holds(*target_, u"Hello Kind regards,\n \u2192\n"));
+    type(u"Hello sig tyvm\n");
+    EXPECT_TRUE(holds(*target_, u"Hello Kind regards, Thank you very much!\n"));
 
     program_->signal(SIGTERM);
     EXPECT_EQ(program_->wait(5), 128 + SIGTERM);
