@@ -15,7 +15,7 @@ struct World {
         return snippet;
     }
     void run(benchmark::State& state, const Snippet& snippet) {
-        for (auto _ : state)
+        while (state.KeepRunning())
             benchmark::DoNotOptimize(parser.parseSnippet(snippet, groups));
     }
 };
@@ -89,7 +89,7 @@ void clipboardSearch(benchmark::State& state, StringView find, StringView text) 
     variable.setFind(String(find));
     variable.setRegularExpressions(true);
     const SnippetParser::Content content = repeated(100000, text);
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(SnippetParser::processClipboardVariable(variable, content));
 }
 BENCHMARK_CAPTURE(clipboardSearch, words, u"\\bfoo\\b", u"a foo ")->Unit(benchmark::kMillisecond);

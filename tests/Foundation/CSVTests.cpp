@@ -29,8 +29,8 @@ std::string describe(CSVParser& parser) {
 }
 
 struct ParseCase {
-    const char16_t* text;
-    const char* expected;
+    const char16_t* text = nullptr;
+    const char* expected = nullptr;
     const char16_t* separator = u",";
     bool hasHeader = false;
 };

@@ -235,6 +235,7 @@ TEST(SnippetDateTimeVariable, FormatsOnSeveralThreads) {
     ParserFixture world;
     const SnippetEnvironment environment = world.environment();
     std::vector<std::thread> threads;
+    threads.reserve(4);
     std::atomic<int> wrong = 0;
     for (int thread = 0; thread < 4; ++thread)
         threads.emplace_back([&, thread] {
