@@ -53,7 +53,8 @@ Application::~Application() {
 }
 
 void Application::loadData() {
-    dataManager_.loadData();
+    if (dataManager_.loadData() && dataManager_.snippetGroups().groups.empty())
+        logLine("There are no snippets to begin with: the default data cannot be read.");
     const DataLoadReport& report = dataManager_.loadReport();
     if (!report.isDamaged)
         return;
