@@ -1,3 +1,8 @@
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
@@ -64,6 +69,44 @@ void memoryOfLoadedData(benchmark::State& state) {
     }
 }
 
+/// What a key press waits for: the data lock, held shared, with or without saves on another thread.
+/// Each measurement stands for one key; the counter is the 99th percentile in nanoseconds.
+void lockOfAKeyPress(benchmark::State& state) {
+    SnippetGroupList list;
+    SnippetArchive archive = sample(10'000);
+    list.groups = *archive.groups;
+    std::atomic<bool> isDone{false};
+    std::thread saving([&] {
+        while (!isDone && state.range(0) != 0) {
+            PropertyList copy;
+            {
+                const std::shared_lock shared(list.lock);
+                copy = archive.archiveAllData();
+            }
+            benchmark::DoNotOptimize(copy.binaryData());
+        }
+    });
+    std::vector<double> waits;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        std::size_t count = 0;
+        {
+            const std::shared_lock shared(list.lock);
+            count = list.groups.size();
+        }
+        benchmark::DoNotOptimize(count);
+        const std::chrono::duration<double, std::nano> wait =
+            std::chrono::steady_clock::now() - start;
+        waits.push_back(wait.count());
+    }
+    isDone = true;
+    saving.join();
+    const auto place = waits.begin() + static_cast<std::ptrdiff_t>(waits.size() * 99 / 100);
+    std::nth_element(waits.begin(), place, waits.end());
+    state.counters["p99ns"] = *place;
+}
+
+BENCHMARK(lockOfAKeyPress)->Arg(0)->Arg(1)->Iterations(1'000'000);
 BENCHMARK(save)->Arg(1'000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
 BENCHMARK(copyUnderLock)->Arg(1'000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
 BENCHMARK(load)->Arg(1'000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);

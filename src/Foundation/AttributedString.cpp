@@ -128,7 +128,7 @@ void AttributedString::replaceCharactersInRange(Range range, const AttributedStr
     joinRuns();
 }
 
-void AttributedString::setAttributes(Attributes attributes, Range range) {
+void AttributedString::setAttributes(const Attributes& attributes, Range range) {
     range = clamped(range);
     const std::size_t first = splitRunsAt(range.location);
     const std::size_t last = splitRunsAt(range.end());

@@ -48,7 +48,7 @@ class AttributedString {
     void appendAttributedString(const AttributedString& text) {
         insertAttributedString(text, length());
     }
-    void setAttributes(Attributes attributes, Range range);
+    void setAttributes(const Attributes& attributes, Range range);
 
     /// Equality of characters and attributes.
     friend bool operator==(const AttributedString& a, const AttributedString& b);

@@ -51,6 +51,7 @@ void encodeRuns(KeyedArchiver& archiver, KeyedArchiver::Object& object,
 std::vector<AttributedString::Run> decodeRuns(const std::vector<ArchivedObject>& table,
                                               std::string_view info, std::uint64_t length) {
     std::vector<AttributedString::Attributes> attributes;
+    attributes.reserve(table.size());
     for (const ArchivedObject& entry : table)
         attributes.push_back(decodeTextAttributes(entry));
     std::vector<AttributedString::Run> runs;

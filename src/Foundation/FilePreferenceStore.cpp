@@ -122,7 +122,7 @@ PropertyList FilePreferenceStore::previousObjectForKey(StringView key) const {
 }
 
 fs::path FilePreferenceStore::keepCopy(std::string_view bytes, const std::string& name) {
-    const fs::path target = datedSibling(file_, name, ".dresk", clock_.now());
+    fs::path target = datedSibling(file_, name, ".dresk", clock_.now());
     std::error_code ignored;
     fs::create_directories(file_.parent_path(), ignored);
     if (const std::error_code error = replaceFile(target, bytes)) {

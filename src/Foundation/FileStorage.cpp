@@ -140,8 +140,12 @@ fs::path datedSibling(const fs::path& path, const std::string& name, const std::
     const std::string stem = name + " " + text;
     fs::path result = path.parent_path() / (stem + extension);
     std::error_code error;
-    for (int number = 2; fs::exists(result, error); ++number)
-        result = path.parent_path() / (stem + " " + std::to_string(number) + extension);
+    for (int number = 2; fs::exists(result, error); ++number) {
+        result = path.parent_path() / stem;
+        result += " ";
+        result += std::to_string(number);
+        result += extension;
+    }
     return result;
 }
 

@@ -80,6 +80,7 @@ std::span<const Preference> preferenceTable() {
         {Key::ExportToRTFPreferSnippetLabel, Type::Boolean, {}},
         {Key::moveToApplicationsFolderAlertSuppress, Type::Boolean, {}},
         {Key::Data, Type::Bytes, {}},
+        {Key::UnreadableData, Type::Bytes, {}},
         {Key::switchHotKey, Type::Integer, {}},
         {Key::makeSnippetFromSelectionHotKey, Type::Integer, {}},
         {Key::makeSnippetFromClipboardHotKey, Type::Integer, {}},

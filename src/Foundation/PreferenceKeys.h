@@ -65,6 +65,8 @@ inline constexpr StringView moveToApplicationsFolderAlertSuppress =
     u"moveToApplicationsFolderAlertSuppress";
 /// The whole data archive.
 inline constexpr StringView Data = u"Data";
+/// Data that could not be read, where it could not be kept in a file.
+inline constexpr StringView UnreadableData = u"UnreadableData";
 // Hot keys: key code low, modifiers high. Two of them differ by a capital only.
 inline constexpr StringView switchHotKey = u"switchHotKey";
 inline constexpr StringView makeSnippetFromSelectionHotKey = u"makeSnippetFromSelectionHotKey";

@@ -26,7 +26,7 @@ int hexValue(char16_t unit) {
 
 } // namespace
 
-XCDUUID::XCDUUID() {
+XCDUUID::XCDUUID() : bytes_{} {
     if (getentropy(bytes_.data(), bytes_.size()) != 0)
         std::abort(); // cannot fail for so few bytes
     bytes_[6] = static_cast<std::uint8_t>((bytes_[6] & 0x0F) | 0x40);

@@ -21,6 +21,7 @@ std::vector<fs::path> backupsNewestFirst(const fs::path& folder) {
     }
     std::sort(dated.rbegin(), dated.rend());
     std::vector<fs::path> result;
+    result.reserve(dated.size());
     for (auto& [date, path] : dated)
         result.push_back(std::move(path));
     return result;

@@ -26,7 +26,8 @@ bool DataManager::loadData() {
         isFirstStart = true;
         firstStart();
     }
-    if (completeIdentity())
+    // What was damaged lies aside now; saved at once, it is told of once.
+    if (completeIdentity() || report_.isDamaged)
         saveData();
     return isFirstStart;
 }
@@ -65,7 +66,10 @@ void DataManager::keepAside(std::string_view bytes, const std::string& name) {
     const fs::path copy = preferences_.keepCopy(bytes, name);
     if (!copy.empty())
         report_.keptAside.push_back(copy);
-    logLine("Stored data could not be read in full; a copy is kept as " + copy.string());
+    else // no room for a file: the store itself keeps it
+        preferences_.setObject(PropertyList(std::string(bytes)), PreferenceKey::UnreadableData);
+    logLine("Stored data could not be read in full; a copy is kept " +
+            (copy.empty() ? "in the preferences" : "as " + copy.string()));
 }
 
 /// The file of the sandboxed edition counts as data even if it cannot be read.

@@ -22,9 +22,9 @@ Snippet::Snippet(const Clock& clock)
     initialized_ = true;
 }
 
-std::shared_ptr<Snippet> Snippet::initWithAbbreviation(std::optional<String> abbreviation,
-                                                       std::optional<String> plainTextContent,
-                                                       const Clock& clock) {
+std::shared_ptr<Snippet>
+Snippet::initWithAbbreviation(std::optional<String> abbreviation,
+                              const std::optional<String>& plainTextContent, const Clock& clock) {
     auto snippet = std::make_shared<Snippet>(clock);
     snippet->setAbbreviation(std::move(abbreviation));
     snippet->setPlainTextContent(plainTextContent);

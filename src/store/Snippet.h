@@ -44,9 +44,10 @@ class Snippet {
     Snippet(const Snippet&) = delete;
     Snippet& operator=(const Snippet&) = delete;
 
-    static std::shared_ptr<Snippet> initWithAbbreviation(std::optional<String> abbreviation,
-                                                         std::optional<String> plainTextContent,
-                                                         const Clock& clock = systemClock());
+    static std::shared_ptr<Snippet>
+    initWithAbbreviation(std::optional<String> abbreviation,
+                         const std::optional<String>& plainTextContent,
+                         const Clock& clock = systemClock());
 
     /// Null only after reading an archive whose identity was malformed.
     const std::optional<XCDUUID>& uuid() const { return uuid_; }

@@ -1,5 +1,7 @@
 #include <array>
+#include <atomic>
 #include <cstdio>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -307,6 +309,45 @@ TEST_F(DataManagerTest, KeepsACopyOfDataThatItCannotReadInFull) {
     ASSERT_EQ(manager->loadReport().keptAside.size(), 1U);
     std::error_code error;
     EXPECT_EQ(readFile(manager->loadReport().keptAside[0], error), bytes);
+    const auto second = make(file);
+    EXPECT_FALSE(second->loadData());
+    EXPECT_FALSE(second->loadReport().isDamaged) << "told once";
+
+    store.setObject(PropertyList(bytes), PreferenceKey::Data); // a store that keeps no files
+    (void)make(store)->loadData();
+    EXPECT_EQ(store.dataForKey(PreferenceKey::UnreadableData), bytes);
+}
+
+TEST_F(DataManagerTest, SavesWhileAnotherThreadMatches) {
+    const auto manager = loaded();
+    SnippetGroupList& list = manager->snippetGroups();
+    std::atomic<bool> isDone{false};
+    std::atomic<int> rounds{0};
+    std::thread matching([&] {
+        while (!isDone) {
+            const std::shared_lock shared(list.lock);
+            for (const auto& group : list.groups)
+                for (const auto& item : group->items())
+                    item->updateLastTimeUsed();
+            ++rounds;
+        }
+    });
+    while (rounds == 0)
+        std::this_thread::yield();
+    for (int i = 0; i < 50; ++i) {
+        manager->addSnippetGroups({group(u"more", {u"x", u"y"})});
+        {
+            const std::unique_lock exclusive(list.lock);
+            list.groups.back()->items()[0]->setLabel(String(u"changed"));
+        }
+        manager->notifyDataChanged(DataChange::SnippetChanged, {}, this);
+        manager->saveData();
+    }
+    isDone = true;
+    matching.join();
+    const auto saved = SnippetArchive::unarchive(*store.dataForKey(PreferenceKey::Data));
+    EXPECT_EQ(saved->groups->size(), 52U);
+    EXPECT_EQ(saved->groups->back()->items()[0]->label(), u"changed");
 }
 
 /// Output of a program, or null if it is not on this machine.
