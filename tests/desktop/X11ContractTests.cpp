@@ -51,6 +51,7 @@ class X11DesktopDriver final : public DesktopDriver {
         EXPECT_NE(second_, nullptr) << error;
         EXPECT_TRUE((toOther ? second_ : first_)->focus());
     }
+    void closeSecond() { second_.reset(); }
     String targetText() override { return first_->text(); }
     void refuseTaps(bool refuse) override {
         rival_.reset();
@@ -84,6 +85,101 @@ class X11DesktopDriver final : public DesktopDriver {
 
 std::unique_ptr<DesktopDriver> makeX11Driver() {
     return std::make_unique<X11DesktopDriver>();
+}
+
+/// Another program that takes the whole keyboard, as a password prompt does.
+class KeyboardRival {
+  public:
+    KeyboardRival() {
+        std::string error;
+        connection_ = XConnection::open(nullptr, error);
+        EXPECT_NE(connection_, nullptr) << error;
+        const XPointer<xcb_grab_keyboard_reply_t> reply(xcb_grab_keyboard_reply(
+            connection_->get(),
+            xcb_grab_keyboard(connection_->get(), 0, connection_->root(), XCB_CURRENT_TIME,
+                              XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+            nullptr));
+        EXPECT_TRUE(reply != nullptr && reply->status == XCB_GRAB_STATUS_SUCCESS);
+    }
+
+  private:
+    std::unique_ptr<XConnection> connection_;
+};
+
+TEST_P(DesktopContract, ABlockedHandlerHoldsTheKeyboardForAMoment) {
+    using Clock = std::chrono::steady_clock;
+    constexpr double Blocked = 2.0;
+    std::atomic<bool> ended{false};
+    ASSERT_TRUE(startTap([&](EventTapProxy, const DesktopEvent& event) {
+        if (event.type == EventType::KeyDown && event.unicodeString == u"s") {
+            driver().spend(Blocked);
+            ended = true;
+        }
+        return false;
+    }));
+    const auto begin = Clock::now();
+    driver().typeText(u"sab");
+    expectTarget(u"sab");
+    const std::chrono::duration<double> time = Clock::now() - begin;
+    EXPECT_FALSE(ended);
+    EXPECT_LT(time.count(), 1.0) << "0.2 s and some for a busy machine";
+    EXPECT_TRUE(driver().pumpUntil([&] { return ended.load(); }));
+}
+
+TEST_P(DesktopContract, AnotherProgramMayTakeTheKeyboard) {
+    ASSERT_TRUE(startTap(passAll()));
+    driver().typeText(u"a");
+    expectTarget(u"a");
+    {
+        const KeyboardRival rival;
+        driver().typeText(u"secret");
+        EXPECT_TRUE(driver().pumpUntil([&] { return !seen(EventType::ContextLost).empty(); }));
+        EXPECT_TRUE(driver().pumpUntil([&] { return taps().isSecureEventInputEnabled(); }));
+        EXPECT_EQ(seen(EventType::KeyDown).size(), 1U);
+    }
+    driver().typeText(u"b");
+    expectTarget(u"ab");
+    EXPECT_FALSE(taps().isSecureEventInputEnabled());
+    EXPECT_EQ(seen(EventType::KeyDown).size(), 2U);
+}
+
+TEST_P(DesktopContract, MoreForeignCharactersThanFreeKeysAreRefusedAsAWhole) {
+    ASSERT_TRUE(startTap(passAll()));
+    String many;
+    for (char16_t character = 0x4E00; character < 0x4E00 + 200; ++character)
+        many.push_back(character);
+    onTapThread([&] {
+        EXPECT_FALSE(taps().prepareToType(many));
+        EXPECT_TRUE(taps().prepareToType(many.substr(0, 20)));
+        type(taps(), nullptr, many.substr(0, 20));
+    });
+    expectTarget(many.substr(0, 20));
+    // Bindings that were used a moment ago are not given up at once.
+    EXPECT_TRUE(driver().pumpUntil([&] {
+        bool ready = false;
+        onTapThread([&] { ready = taps().prepareToType(many.substr(100, 30)); });
+        return ready;
+    }));
+    onTapThread([&] { type(taps(), nullptr, many.substr(100, 30)); });
+    expectTarget(many.substr(0, 20) + many.substr(100, 30));
+}
+
+TEST_P(DesktopContract, AWindowMayGoWhileTextIsOnItsWay) {
+    std::atomic<bool> sent{false};
+    ASSERT_TRUE(startTap([&](EventTapProxy proxy, const DesktopEvent& event) {
+        if (event.type == EventType::KeyDown && event.unicodeString == u"x") {
+            dynamic_cast<X11DesktopDriver&>(driver()).closeSecond();
+            type(taps(), proxy, u"nobody reads this");
+            sent = true;
+        }
+        return event.unicodeString == u"x";
+    }));
+    driver().switchFocus(true);
+    driver().typeText(u"x");
+    EXPECT_TRUE(driver().pumpUntil([&] { return sent.load(); }));
+    driver().switchFocus(false);
+    driver().typeText(u"abc");
+    EXPECT_TRUE(driver().pumpUntil([&] { return driver().targetText().ends_with(u"abc"); }));
 }
 
 INSTANTIATE_TEST_SUITE_P(X11, DesktopContract, testing::Values(&makeX11Driver));

@@ -41,7 +41,7 @@ class Applications final : public Processes {
   private:
     struct Application {
         String identifier;
-        xcb_window_t window;
+        xcb_window_t window = XCB_WINDOW_NONE;
     };
 
     xcb_window_t topLevelWindow(xcb_window_t window) const;
