@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unicode/uloc.h>
 
 #include "Foundation/FileStorage.h"
 #include "Foundation/KeyedArchiver.h"
@@ -124,8 +125,16 @@ TEST(TimeAndLocale, ReadsLocalTimesThatExist) {
         {"2001-01-01T+0:00", u"UTC", std::nullopt},
         {"", u"UTC", std::nullopt},
     };
-    for (const Row& row : rows)
-        EXPECT_EQ(dateFromLocalTime(row.text, String(row.timeZone)), row.date) << row.text;
+    const std::string machineLocale = uloc_getDefault();
+    UErrorCode status = U_ZERO_ERROR;
+    // The second has another calendar, which must not count.
+    for (const char* locale : {"en_US", "th_TH"}) {
+        uloc_setDefault(locale, &status);
+        for (const Row& row : rows)
+            EXPECT_EQ(dateFromLocalTime(row.text, String(row.timeZone)), row.date)
+                << row.text << " in " << locale;
+    }
+    uloc_setDefault(machineLocale.c_str(), &status);
 }
 
 struct Played {
