@@ -1,6 +1,9 @@
 #include "play/PlayOptions.h"
 
+#include <algorithm>
+
 #include "input/scripted/ScriptedLayout.h"
+#include "play/TimeAndLocale.h"
 #include "store/SnippetGroup.h"
 
 namespace dresk {
@@ -37,7 +40,7 @@ class ArgumentReader {
             } else if (!readTyped(argument))
                 return false;
         }
-        return true;
+        return resolveNow();
     }
     PlayOptions options;
 
@@ -69,26 +72,37 @@ class ArgumentReader {
     }
 
     bool readOptionWithValue(const std::string& argument) {
+        struct ValueOption {
+            std::string_view name;
+            bool (ArgumentReader::*read)(const std::string& value);
+        };
+        static constexpr ValueOption valueOptions[] = {
+            {"--data", &ArgumentReader::readData},
+            {"--snippet", &ArgumentReader::readSnippet},
+            {"--trigger", &ArgumentReader::readTrigger},
+            {"--clipboard", &ArgumentReader::readClipboard},
+            {"--now", &ArgumentReader::readNow},
+            {"--time-zone", &ArgumentReader::readTimeZone},
+            {"--locale", &ArgumentReader::readLocale},
+            {"--layout", &ArgumentReader::readLayout},
+        };
         const std::size_t equals = argument.find('=');
         const std::string name = argument.substr(0, equals);
-        if (name != "--snippet" && name != "--trigger" && name != "--layout")
-            return fail("unknown option " + name);
+        const auto* option =
+            std::find_if(std::begin(valueOptions), std::end(valueOptions),
+                         [&](const ValueOption& other) { return other.name == name; });
+        if (option == std::end(valueOptions))
+            return fail("unknown option " + name + "; --help lists them");
         if (equals == std::string::npos && next_ == arguments_.size())
             return fail(name + " needs a value");
         const std::string value =
             equals == std::string::npos ? arguments_[next_++] : argument.substr(equals + 1);
-        if (name == "--snippet")
-            return readSnippet(value);
-        if (name == "--layout") {
-            options.layout = fromUTF8(value);
-            return ScriptedLayout::named(options.layout) != nullptr ||
-                   fail("unknown layout " + value);
-        }
-        const auto trigger = expandTriggerNamed(value);
-        if (!trigger.has_value())
-            return fail("unknown trigger " + value);
-        expandTrigger_ = *trigger;
-        return true;
+        return (this->*option->read)(value);
+    }
+
+    bool readData(const std::string& value) {
+        options.data = value;
+        return !value.empty() || fail("--data needs the name of a file");
     }
 
     bool readSnippet(const std::string& value) {
@@ -100,10 +114,56 @@ class ArgumentReader {
         return true;
     }
 
+    bool readTrigger(const std::string& value) {
+        const auto trigger = expandTriggerNamed(value);
+        if (!trigger.has_value())
+            return fail("unknown trigger " + value);
+        expandTrigger_ = *trigger;
+        return true;
+    }
+
+    bool readClipboard(const std::string& value) {
+        options.clipboard = fromUTF8(value);
+        return true;
+    }
+
+    bool readNow(const std::string& value) {
+        now_ = value;
+        return true;
+    }
+
+    /// Behind all options: the time zone may stand behind the time.
+    bool resolveNow() {
+        if (!now_.has_value())
+            return true;
+        options.now = dateFromLocalTime(*now_, options.timeZone);
+        return options.now.has_value() ||
+               fail("no such local time: " + *now_ + "; it is written 2026-01-31T12:30");
+    }
+
+    bool readTimeZone(const std::string& value) {
+        options.timeZone = fromUTF8(value);
+        return isTimeZone(options.timeZone) || fail("unknown time zone " + value);
+    }
+
+    bool readLocale(const std::string& value) {
+        const auto locale = localeNamed(value);
+        if (!locale.has_value())
+            return fail("unknown locale " + value);
+        options.locale = *locale;
+        return true;
+    }
+
+    bool readLayout(const std::string& value) {
+        options.layout = fromUTF8(value);
+        return ScriptedLayout::named(options.layout) != nullptr || fail("unknown layout " + value);
+    }
+
     const std::vector<std::string>& arguments_;
     std::string& error_;
     std::size_t next_ = 0;
     bool hasTyped_ = false;
+    std::optional<std::string> now_;
     std::int32_t expandTrigger_ = ExpandTrigger::AtDelimiter;
 };
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "Foundation/Date.h"
 #include "Foundation/String.h"
 
 namespace dresk {
@@ -17,6 +18,16 @@ struct PlayOptions {
     };
 
     std::vector<SnippetDefinition> snippets;
+    /// Path of an archive of snippets; null for none.
+    std::optional<std::string> data;
+    /// The text on the clipboard; null for none.
+    std::optional<String> clipboard;
+    /// When typing begins; null for the machine's present time.
+    std::optional<Date> now;
+    /// Empty for the machine's.
+    String timeZone;
+    /// Empty for the machine's.
+    String locale;
     /// Name of a scripted layout.
     String layout = u"us";
     /// Key notation in UTF-8; null to read it from standard input.

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "Foundation/FileStorage.h"
+#include "store/SnippetArchive.h"
+
 namespace dresk {
 
 namespace {
@@ -14,10 +17,23 @@ GeneralHotKey hotKey(const KeyPress& press) {
     return {static_cast<std::int32_t>((press.flags >> 17) & 15), press.keyCode};
 }
 
+SnippetEnvironment environment(const PlayOptions& options, const Clock& clock) {
+    SnippetEnvironment result;
+    result.clock = &clock;
+    result.formats = std::make_shared<DateTimeFormats>(options.timeZone, options.locale);
+    if (options.clipboard.has_value()) {
+        const auto pasteboard = std::make_shared<InMemoryPasteboard>();
+        pasteboard->setString(options.clipboard);
+        result.pasteboard = pasteboard;
+    }
+    return result;
+}
+
 } // namespace
 
 Player::Player(const PlayOptions& options)
-    : expandHotKey_(hotKey(ExpandKey)), undoHotKey_(hotKey(UndoKey)) {
+    : time_(options.now.value_or(systemClock().now())), snippetParser_(environment(options, time_)),
+      expandHotKey_(hotKey(ExpandKey)), undoHotKey_(hotKey(UndoKey)) {
     addSnippets(options.snippets);
     autoText_.setSnippetGroups(&snippetGroups_);
     autoText_.setSnippetParser(&snippetParser_);
@@ -48,6 +64,28 @@ void Player::addSnippets(const std::vector<PlayOptions::SnippetDefinition>& defi
         (*group)->addItem(
             Snippet::initWithAbbreviation(definition.abbreviation, definition.content, time_));
     }
+}
+
+bool Player::addData(const std::string& path, std::string& error) {
+    std::error_code failure;
+    const auto bytes = readFile(path, failure);
+    if (!bytes.has_value()) {
+        error = path + ": " + (failure ? failure.message() : "there is no such file");
+        return false;
+    }
+    const auto archive = SnippetArchive::unarchive(*bytes, time_);
+    if (!archive.has_value() || !archive->groups.has_value()) {
+        error = path + ": damaged, or no archive of snippets";
+        return false;
+    }
+    if (!archive->isLossless) {
+        error = path + ": damaged in part";
+        return false;
+    }
+    const std::unique_lock exclusive(snippetGroups_.lock);
+    snippetGroups_.groups.insert(snippetGroups_.groups.begin(), archive->groups->begin(),
+                                 archive->groups->end());
+    return true;
 }
 
 void Player::onHotKeysPressed(ZPHotKeysPressedEventArgs* args) {

@@ -9,11 +9,15 @@
 namespace dresk {
 
 /// The whole engine on a desktop in memory, in virtual time: nothing waits, and the same steps
-/// always give the same text.
+/// give the same text whenever they begin at the same moment.
 class Player {
   public:
     explicit Player(const PlayOptions& options);
     ~Player();
+
+    /// Puts the groups of an archive in front of the others. False, with nothing changed and one
+    /// line on why in `error`, when the file cannot be read, or not in full.
+    bool addData(const std::string& path, std::string& error);
 
     /// Types at ten keys a second.
     void play(const std::vector<PlayStep>& steps);
@@ -28,6 +32,7 @@ class Player {
     void addSnippets(const std::vector<PlayOptions::SnippetDefinition>& definitions);
     void onHotKeysPressed(ZPHotKeysPressedEventArgs* args);
 
+    /// The time of day as snippets see it, too.
     VirtualTime time_;
     VirtualRunLoop mainRunLoop_{time_};
     ScriptedDesktop desktop_{time_};

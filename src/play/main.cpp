@@ -6,6 +6,7 @@
 namespace {
 
 constexpr std::size_t MaxInputBytes = 1 << 20;
+constexpr int BadData = 1;
 constexpr int BadUsage = 2;
 
 constexpr const char* Help = R"(Usage: dresk-play [OPTION]... [TYPED]
@@ -14,9 +15,15 @@ Types into a text field in memory, with Dresk watching, and prints what the
 field holds in the end. No desktop is needed and nothing waits. Without TYPED,
 or with -, it is read from standard input, less a line end at its end.
 
-  --snippet ABBR=TEXT  a snippet; may be given several times
+  --data FILE          the snippets of an archive, in full or of one group
+  --snippet ABBR=TEXT  a snippet, besides; may be given several times
   --trigger WHEN       when the snippets behind it expand: immediate, delimiter
                        (the default), swallow (a delimiter that goes), hotkey
+  --clipboard TEXT     what is on the clipboard; without it there is nothing
+  --now TIME           local time when typing begins, as 2026-01-31T12:30; without
+                       it, the present time
+  --time-zone NAME     such as Europe/Berlin; without it, the machine's
+  --locale NAME        such as fr or en_GB; without it, the machine's
   --layout NAME        keyboard layout: us (the default) or de
   --trace              list what Dresk posts, on standard error: the time in
                        seconds, keys by name or code, and typed text in quotes
@@ -27,6 +34,9 @@ In TYPED, keys without a character stand in angle brackets: <Return>, <Delete>,
 takes an expansion back, <Wait 0.5> lets half a second pass, << is the character.
 
 Example: dresk-play --snippet 'sig=Kind regards' 'Bye. sig<Return>'
+
+The status is 1 when the data cannot be read in full, 2 for arguments that make
+no sense.
 )";
 
 // Null when there is more than can be meant.
@@ -40,9 +50,9 @@ std::optional<std::string> readStandardInput() {
     return text;
 }
 
-int fail(const std::string& message) {
-    (void)std::fprintf(stderr, "dresk-play: %s\nTry 'dresk-play --help'.\n", message.c_str());
-    return BadUsage;
+int fail(int status, const std::string& message) {
+    (void)std::fprintf(stderr, "dresk-play: %s\n", message.c_str());
+    return status;
 }
 
 } // namespace
@@ -52,19 +62,21 @@ int main(int argc, char** argv) {
     const auto options =
         dresk::PlayOptions::parse(std::vector<std::string>(argv + 1, argv + argc), error);
     if (!options.has_value())
-        return fail(error);
+        return fail(BadUsage, error);
     if (options->help || options->version) {
         (void)std::fputs(options->help ? Help : "dresk-play " DRESK_VERSION "\n", stdout);
         return 0;
     }
+    dresk::Player player(*options);
+    if (options->data.has_value() && !player.addData(*options->data, error))
+        return fail(BadData, error);
     const auto typed = options->typed.has_value() ? options->typed : readStandardInput();
     if (!typed.has_value())
-        return fail("standard input is too long");
+        return fail(BadUsage, "standard input is too long");
     const auto steps = dresk::parseKeyNotation(*typed, error);
     if (!steps.has_value())
-        return fail(error);
+        return fail(BadUsage, error);
 
-    dresk::Player player(*options);
     player.play(*steps);
     player.finish();
     if (options->trace)
