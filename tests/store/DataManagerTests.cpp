@@ -93,12 +93,21 @@ class DataManagerTest : public testing::Test {
 TEST_F(DataManagerTest, StartsForTheFirstTimeWithTheDefaultData) {
     const auto manager = make(store);
     EXPECT_TRUE(manager->loadData());
-    EXPECT_EQ(shape(*manager), "Everyday Texts8 Dates and Times12 Forms6 Symbols22 ");
+    EXPECT_EQ(shape(*manager), "Everyday Texts9 Dates and Times12 Forms6 Symbols22 ");
     EXPECT_EQ(formats.substitutions, 1);
     EXPECT_EQ(manager->dateInstalled(), time.now());
     EXPECT_TRUE(manager->uuidString().has_value());
     EXPECT_TRUE(store.dataForKey(PreferenceKey::Data).has_value());
     const auto version = manager->versionUUIDString();
+    // What expands at once must not be the beginning of anything else.
+    for (const auto& group : manager->snippetGroups().groups)
+        for (const auto& other : manager->snippetGroups().groups)
+            for (const auto& item : group->items())
+                for (const auto& longer : other->items())
+                    EXPECT_FALSE(group->expandTrigger() == ExpandTrigger::Immediately &&
+                                 item != longer &&
+                                 longer->abbreviation()->starts_with(*item->abbreviation()))
+                        << toUTF8(*longer->abbreviation());
 
     const auto second = make(store);
     EXPECT_FALSE(second->loadData());
