@@ -53,7 +53,7 @@ TEST_F(Dresk, ExpandsSamplesUntilItIsToldToEnd) {
     EXPECT_TRUE(holds(*target_, u"Hello Kind regards, Thank you very much!\n"));
 
     program_->signal(SIGTERM);
-    EXPECT_EQ(program_->wait(5), 128 + SIGTERM);
+    EXPECT_EQ(program_->wait(5), 0);
     target_->clear();
     type(u"then sig stays.\n");
     EXPECT_TRUE(holds(*target_, u"then sig stays.\n"));
@@ -66,6 +66,17 @@ TEST_F(Dresk, WorkerThatIsKilledIsReplaced) {
     EXPECT_TRUE(ChildProcess::awaitEnd(worker, 5));
     EXPECT_TRUE(expandsWithin(10));
     EXPECT_NE(workerOf(program_->pid()), worker);
+}
+
+TEST_F(Dresk, WorkerThatIsStoppedIsReplacedAndNothingTypedIsLost) {
+    const pid_t worker = workerOf(program_->pid());
+    ASSERT_GT(worker, 0);
+    target_->clear();
+    kill(worker, SIGSTOP);
+    type(u"typed while it is stopped\n");
+    EXPECT_TRUE(ChildProcess::awaitEnd(worker, 10));
+    EXPECT_TRUE(holds(*target_, u"typed while it is stopped\n"));
+    EXPECT_TRUE(expandsWithin(10));
 }
 
 TEST_F(Dresk, KilledProgramFreesTheKeyboard) {

@@ -1,6 +1,7 @@
 #include "input/x11/Watchdog.h"
 
 #include <chrono>
+#include <csignal>
 #include <utility>
 
 #include "Foundation/RunLoop.h"
@@ -15,8 +16,15 @@ constexpr int QuietChecksBeforeSleep = 20;
 
 } // namespace
 
-Watchdog::Watchdog(std::function<void()> onStall)
-    : onStall_(std::move(onStall)), thread_([this] { run(); }) {}
+// Signals belong to the thread that waits for them, so this one takes none.
+Watchdog::Watchdog(std::function<void()> onStall) : onStall_(std::move(onStall)) {
+    sigset_t all;
+    sigset_t previous;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &previous);
+    thread_ = std::thread([this] { run(); });
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+}
 
 Watchdog::~Watchdog() {
     {
