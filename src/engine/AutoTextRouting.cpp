@@ -1,5 +1,5 @@
+#include "Foundation/KeyCode.h"
 #include "engine/AutoText.h"
-#include "engine/VirtualKey.h"
 
 namespace dresk {
 
@@ -48,17 +48,17 @@ bool AutoText::processListKey(ZPKeyEventArgs& args) {
     if (!snippetSuggestionWindowVisible())
         return false;
     switch (args.key) {
-    case VirtualKey::Down:
+    case KeyCode::DownArrow:
         postToMain("nextSuggestion", &AutoText::nextSuggestion);
         break;
-    case VirtualKey::Up:
+    case KeyCode::UpArrow:
         postToMain("previousSuggestion", &AutoText::previousSuggestion);
         break;
-    case VirtualKey::Escape:
+    case KeyCode::Escape:
         postToMain("hideSnippetSuggestion", &AutoText::hideSnippetSuggestion);
         break;
-    case VirtualKey::Return:
-    case VirtualKey::Enter:
+    case KeyCode::Return:
+    case KeyCode::Enter:
         postToMain("acceptSuggestion", &AutoText::acceptSuggestion);
         break;
     default:
@@ -70,25 +70,25 @@ bool AutoText::processListKey(ZPKeyEventArgs& args) {
 
 bool AutoText::processSteeringKey(ZPKeyEventArgs& args) {
     switch (args.key) {
-    case VirtualKey::Home:
-    case VirtualKey::PageUp:
-    case VirtualKey::End:
-    case VirtualKey::PageDown:
-    case VirtualKey::Left:
-    case VirtualKey::Right:
-    case VirtualKey::Down:
-    case VirtualKey::Up:
-    case VirtualKey::Escape:
+    case KeyCode::Home:
+    case KeyCode::PageUp:
+    case KeyCode::End:
+    case KeyCode::PageDown:
+    case KeyCode::LeftArrow:
+    case KeyCode::RightArrow:
+    case KeyCode::DownArrow:
+    case KeyCode::UpArrow:
+    case KeyCode::Escape:
         clear();
         return true;
-    case VirtualKey::ForwardDelete:
+    case KeyCode::ForwardDelete:
         return true;
-    case VirtualKey::Delete:
+    case KeyCode::Delete:
         deleteLastLetter();
         return true;
-    case VirtualKey::Return:
-    case VirtualKey::Enter:
-    case VirtualKey::Space:
+    case KeyCode::Return:
+    case KeyCode::Enter:
+    case KeyCode::Space:
         // Shift is the way to type a delimiter without expanding.
         if (macInputService_.keyModifier() != KeyModifier::Shift)
             return false;

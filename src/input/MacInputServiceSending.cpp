@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <shared_mutex>
 
+#include "Foundation/KeyCode.h"
 #include "Foundation/Log.h"
 #include "input/MacInputService.h"
 #include "store/SnippetGroup.h"
@@ -12,13 +13,6 @@ namespace {
 constexpr std::uint64_t EventsPerBatch = 20;
 /// Seconds between batches.
 constexpr double BatchPause = 0.04;
-
-constexpr std::uint16_t ReturnKey = 36;
-constexpr std::uint16_t TabKey = 48;
-constexpr std::uint16_t DeleteKey = 51;
-constexpr std::uint16_t EnterKey = 76;
-constexpr std::uint16_t ForwardDeleteKey = 117;
-constexpr std::uint16_t LeftArrowKey = 123;
 
 bool isKey(const OutputFragment& fragment) {
     return std::holds_alternative<std::shared_ptr<SnippetKeyVariable>>(fragment);
@@ -137,8 +131,8 @@ void MacInputService::settleTriggerAndFragments(DROutput& output) {
         return;
     }
     // A line end or a tab passes as a real key instead of becoming part of the rich text.
-    const bool canBeText = lastKeyCode_ != ReturnKey && lastKeyCode_ != TabKey &&
-                           lastKeyCode_ != EnterKey &&
+    const bool canBeText = lastKeyCode_ != KeyCode::Return && lastKeyCode_ != KeyCode::Tab &&
+                           lastKeyCode_ != KeyCode::Enter &&
                            lastKeyCode_ != static_cast<std::int64_t>(NotFound);
     if (rule.keepsDelimiter && rule.resetFormatting && !content->hasSuffix() &&
         content->isRichText() && canBeText) {
@@ -282,20 +276,20 @@ void MacInputService::sendBackspaces(std::uint64_t count) {
         return;
     beginSending();
     if (desktop_.accessibility().getSelectedTextLength() != 0)
-        sendKey(ForwardDeleteKey);
-    sendKey(DeleteKey, 0, count);
+        sendKey(KeyCode::ForwardDelete);
+    sendKey(KeyCode::Delete, 0, count);
     endSending();
 }
 
 void MacInputService::sendLeftArrowKeys(std::uint64_t count) {
     beginSending();
-    sendKey(LeftArrowKey, 0, count);
+    sendKey(KeyCode::LeftArrow, 0, count);
     endSending();
 }
 
 void MacInputService::sendShiftTab() {
     beginSending();
-    sendKey(TabKey, EventFlag::Shift);
+    sendKey(KeyCode::Tab, EventFlag::Shift);
     endSending();
 }
 

@@ -2,18 +2,13 @@
 
 #include <algorithm>
 
+#include "Foundation/KeyCode.h"
 #include "language/DRScript.h"
 #include "language/SnippetFieldVariable.h"
 
 namespace dresk {
 
 namespace {
-
-constexpr std::uint16_t ReturnKey = 36;
-constexpr std::uint16_t TabKey = 48;
-constexpr std::uint16_t EnterKey = 76;
-constexpr std::uint16_t FirstArrowKey = 123;
-constexpr std::uint16_t LastArrowKey = 126;
 
 template <class Variable>
 const Variable* as(const std::shared_ptr<SnippetVariable>& variable) {
@@ -25,7 +20,7 @@ bool isCaret(const std::shared_ptr<SnippetVariable>& variable) {
 }
 
 bool isReturnOrTab(std::uint16_t keyCode) {
-    return keyCode == ReturnKey || keyCode == TabKey;
+    return keyCode == KeyCode::Return || keyCode == KeyCode::Tab;
 }
 
 template <class Variable>
@@ -70,8 +65,8 @@ bool SnippetExpandedContent::hasCaretLocationOrKeys() const {
 bool SnippetExpandedContent::hasCaretLocationOrArrowKeys() const {
     return std::any_of(variables_.begin(), variables_.end(), [](const auto& variable) {
         const auto* key = as<SnippetKeyVariable>(variable);
-        return isCaret(variable) || (key != nullptr && key->keyCode() >= FirstArrowKey &&
-                                     key->keyCode() <= LastArrowKey);
+        return isCaret(variable) || (key != nullptr && key->keyCode() >= KeyCode::LeftArrow &&
+                                     key->keyCode() <= KeyCode::UpArrow);
     });
 }
 
@@ -115,7 +110,7 @@ std::uint64_t SnippetExpandedContent::caretDistanceFromEnding() const {
         if (isCaret(*variable))
             return length() + count - std::min((*variable)->location(), length());
         const auto* key = as<SnippetKeyVariable>(*variable);
-        if (key != nullptr && (isReturnOrTab(key->keyCode()) || key->keyCode() == EnterKey))
+        if (key != nullptr && (isReturnOrTab(key->keyCode()) || key->keyCode() == KeyCode::Enter))
             count += key->count();
     }
     return 0;

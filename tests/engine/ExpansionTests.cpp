@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "engine/VirtualKey.h"
+#include "Foundation/KeyCode.h"
 #include "support/EngineRig.h"
 
 namespace dresk {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "engine/VirtualKey.h"
+#include "Foundation/KeyCode.h"
 #include "support/EngineRig.h"
 
 namespace dresk {
@@ -19,21 +19,21 @@ TEST(Routing, KeepsTheLettersTyped) {
         {"dead key", {std::nullopt}, u"ab"},
         {"key with two units", {u"xy"}, u"ab"},
         {"key without units", {u""}, u"ab"},
-        {"delete", {u"\b", VirtualKey::Delete}, u"a"},
-        {"forward delete", {std::nullopt, VirtualKey::ForwardDelete}, u"ab"},
-        {"space", {u" ", VirtualKey::Space}, u"ab "},
-        {"shift and space", {u" ", VirtualKey::Space, Shift}, u"ab "},
-        {"shift and return", {u"\r", VirtualKey::Return, Shift}, u"ab\r"},
-        {"shift and enter without text", {std::nullopt, VirtualKey::Enter, Shift}, u"ab"},
-        {"escape", {u"\u001B", VirtualKey::Escape}, u""},
-        {"home", {std::nullopt, VirtualKey::Home}, u""},
-        {"page up", {std::nullopt, VirtualKey::PageUp}, u""},
-        {"end", {std::nullopt, VirtualKey::End}, u""},
-        {"page down", {std::nullopt, VirtualKey::PageDown}, u""},
-        {"left", {std::nullopt, VirtualKey::Left}, u""},
-        {"right", {std::nullopt, VirtualKey::Right}, u""},
-        {"down", {std::nullopt, VirtualKey::Down}, u""},
-        {"up", {std::nullopt, VirtualKey::Up}, u""},
+        {"delete", {u"\b", KeyCode::Delete}, u"a"},
+        {"forward delete", {std::nullopt, KeyCode::ForwardDelete}, u"ab"},
+        {"space", {u" ", KeyCode::Space}, u"ab "},
+        {"shift and space", {u" ", KeyCode::Space, Shift}, u"ab "},
+        {"shift and return", {u"\r", KeyCode::Return, Shift}, u"ab\r"},
+        {"shift and enter without text", {std::nullopt, KeyCode::Enter, Shift}, u"ab"},
+        {"escape", {u"\u001B", KeyCode::Escape}, u""},
+        {"home", {std::nullopt, KeyCode::Home}, u""},
+        {"page up", {std::nullopt, KeyCode::PageUp}, u""},
+        {"end", {std::nullopt, KeyCode::End}, u""},
+        {"page down", {std::nullopt, KeyCode::PageDown}, u""},
+        {"left", {std::nullopt, KeyCode::LeftArrow}, u""},
+        {"right", {std::nullopt, KeyCode::RightArrow}, u""},
+        {"down", {std::nullopt, KeyCode::DownArrow}, u""},
+        {"up", {std::nullopt, KeyCode::UpArrow}, u""},
     };
     for (const Row& row : rows) {
         EngineRig rig;
@@ -65,10 +65,10 @@ TEST(Routing, ShiftTypesADelimiterWithoutExpanding) {
     EngineRig rig;
     rig.addSnippet(rig.addGroup(ExpandTrigger::AtSwallowedDelimiter), u"sig", u"x");
     rig.service.type(u"sig");
-    EXPECT_FALSE(rig.service.press({u" ", VirtualKey::Space, Shift}));
+    EXPECT_FALSE(rig.service.press({u" ", KeyCode::Space, Shift}));
     EXPECT_EQ(rig.service.takeJobs(), Jobs{});
     rig.service.type(u"sig");
-    EXPECT_TRUE(rig.service.press({u" ", VirtualKey::Space}));
+    EXPECT_TRUE(rig.service.press({u" ", KeyCode::Space}));
     EXPECT_EQ(rig.service.takeJobs(), Jobs{"erase 3, put \"x\", swallow"});
 }
 
@@ -114,24 +114,24 @@ TEST(Routing, AnOpenListIsSteeredByKeys) {
         bool visible;
         const char16_t* letters;
     };
-    const ScriptedKey down{std::nullopt, VirtualKey::Down};
-    const ScriptedKey up{std::nullopt, VirtualKey::Up};
-    const ScriptedKey enter{u"\r", VirtualKey::Return};
+    const ScriptedKey down{std::nullopt, KeyCode::DownArrow};
+    const ScriptedKey up{std::nullopt, KeyCode::UpArrow};
+    const ScriptedKey enter{u"\r", KeyCode::Return};
     const Row rows[] = {
         {"return", {enter}, one, true, false, u"one"},
         {"down, return", {down, enter}, two, true, false, u"two"},
         {"down stops", {down, down, down, up, enter}, one, true, false, u"one"},
-        {"up stops", {up, {u"\u0003", VirtualKey::Enter}}, one, true, false, u"one"},
-        {"shift and return", {{u"\r", VirtualKey::Return, Shift}}, one, true, false, u"one"},
+        {"up stops", {up, {u"\u0003", KeyCode::Enter}}, one, true, false, u"one"},
+        {"shift and return", {{u"\r", KeyCode::Return, Shift}}, one, true, false, u"one"},
         {"2", {{u"2"}}, two, true, false, u"two"},
         {"3 equals the count", {{u"3"}}, {}, true, false, u"ab "},
         {"4 types", {{u"4"}}, {}, false, false, u"ab 4"},
         {"0 types", {{u"0"}}, {}, false, false, u"ab 0"},
-        {"escape", {{u"\u001B", VirtualKey::Escape}}, {}, true, false, u"ab "},
+        {"escape", {{u"\u001B", KeyCode::Escape}}, {}, true, false, u"ab "},
         {"typing on", {{u"x"}}, {}, false, false, u"ab x"},
-        {"space", {{u" ", VirtualKey::Space}}, {}, false, false, u"ab  "},
-        {"left", {{std::nullopt, VirtualKey::Left}}, {}, false, false, u""},
-        {"delete", {{u"\b", VirtualKey::Delete}}, {}, false, false, u"ab"},
+        {"space", {{u" ", KeyCode::Space}}, {}, false, false, u"ab  "},
+        {"left", {{std::nullopt, KeyCode::LeftArrow}}, {}, false, false, u""},
+        {"delete", {{u"\b", KeyCode::Delete}}, {}, false, false, u"ab"},
         {"dead key", {{std::nullopt}}, {}, false, true, u"ab "},
     };
     for (const Row& row : rows) {
@@ -153,7 +153,7 @@ TEST(Routing, AnOpenListIsSteeredByKeys) {
 TEST(Routing, OnlyOneOfTwoChoicesIsSent) {
     AmbiguousRig rig;
     rig.openList();
-    EXPECT_TRUE(rig.service.press({u"\r", VirtualKey::Return})); // its work waits on the main loop
+    EXPECT_TRUE(rig.service.press({u"\r", KeyCode::Return})); // its work waits on the main loop
     EXPECT_TRUE(rig.service.press({u"2"}));
     rig.time.runPending();
     EXPECT_EQ(rig.service.takeJobs(), Jobs{"erase 3, put \"two\", pass"});

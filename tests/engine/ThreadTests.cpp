@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Foundation/KeyCode.h"
 #include "Foundation/PollRunLoop.h"
-#include "engine/VirtualKey.h"
 #include "support/EngineRig.h"
 
 namespace dresk {
@@ -53,8 +53,8 @@ TEST(Threads, KeysAndEditsMeet) {
     std::thread tap([&] {
         for (int i = 0; i < 400; ++i) {
             service.type(u"q xy ab ");
-            service.press({u"\r", VirtualKey::Return});
-            service.press({std::nullopt, VirtualKey::Down});
+            service.press({u"\r", KeyCode::Return});
+            service.press({std::nullopt, KeyCode::DownArrow});
             service.type(u"12");
             engine.undo(true);
         }

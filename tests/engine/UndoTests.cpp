@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "engine/VirtualKey.h"
+#include "Foundation/KeyCode.h"
 #include "support/EngineRig.h"
 
 namespace dresk {
@@ -50,7 +50,7 @@ TEST(Undo, EndsWithTheNextKey) {
     rig.service.type(u"x");
     EXPECT_TRUE(rig.engine.undoInfo().has_value()); // a disabled engine sees no keys
     rig.engine.setEnabled(true);
-    rig.service.press({std::nullopt, VirtualKey::ForwardDelete});
+    rig.service.press({std::nullopt, KeyCode::ForwardDelete});
     EXPECT_FALSE(rig.engine.undoInfo().has_value());
 }
 

@@ -107,9 +107,9 @@ xcb_window_t Applications::topLevelWindow(xcb_window_t window) const {
 
 std::uint32_t Applications::processOfWindow(xcb_window_t window, xcb_window_t topLevel) const {
     if (hasResourceExtension_) {
-        const xcb_res_client_id_spec_t spec{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+        const xcb_res_client_id_spec_t client{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
         const XPointer<xcb_res_query_client_ids_reply_t> reply(xcb_res_query_client_ids_reply(
-            connection_.get(), xcb_res_query_client_ids(connection_.get(), 1, &spec), nullptr));
+            connection_.get(), xcb_res_query_client_ids(connection_.get(), 1, &client), nullptr));
         if (reply != nullptr)
             for (auto it = xcb_res_query_client_ids_ids_iterator(reply.get()); it.rem > 0;
                  xcb_res_client_id_value_next(&it))

@@ -1,5 +1,6 @@
 #include "input/x11/KeyWriter.h"
 
+#include "Foundation/KeyCode.h"
 #include "Foundation/Log.h"
 #include "input/x11/XkbHeader.h"
 
@@ -8,8 +9,6 @@ namespace dresk {
 namespace {
 
 constexpr int Attempts = 5;
-constexpr std::uint16_t ReturnKeyCode = 36;
-constexpr std::uint16_t TabKeyCode = 48;
 
 } // namespace
 
@@ -135,7 +134,7 @@ void KeyWriter::writeCharacter(char32_t character, double now) {
         return;
     if (character == U'\n' || character == U'\r' || character == U'\t') {
         setState(0, false, group_);
-        press(keymap_->codeForKeyCode(character == U'\t' ? TabKeyCode : ReturnKeyCode), true);
+        press(keymap_->codeForKeyCode(character == U'\t' ? KeyCode::Tab : KeyCode::Return), true);
         return;
     }
     std::optional<CharacterStroke> stroke = keymap_->strokeForCharacter(character, group_);

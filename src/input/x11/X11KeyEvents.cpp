@@ -1,3 +1,4 @@
+#include "Foundation/KeyCode.h"
 #include "Foundation/Log.h"
 #include "input/x11/X11EventTaps.h"
 #include "input/x11/XkbHeader.h"
@@ -7,7 +8,6 @@ namespace dresk {
 
 namespace {
 
-constexpr std::uint16_t DeleteKeyCode = 51;
 constexpr double UnbindSpareKeysAfter = 2.0;
 /// Seconds within which a key seen on the keyboard must have reached the grab.
 constexpr double ExpectedKeyWithin = 0.05;
@@ -23,25 +23,25 @@ std::size_t characterCount(StringView text) {
 std::uint16_t navigationKeyCode(xkb_keysym_t keysym) {
     switch (keysym) {
     case XKB_KEY_KP_Home:
-        return 115;
+        return KeyCode::Home;
     case XKB_KEY_KP_Up:
-        return 126;
+        return KeyCode::UpArrow;
     case XKB_KEY_KP_Page_Up:
-        return 116;
+        return KeyCode::PageUp;
     case XKB_KEY_KP_Left:
-        return 123;
+        return KeyCode::LeftArrow;
     case XKB_KEY_KP_Right:
-        return 124;
+        return KeyCode::RightArrow;
     case XKB_KEY_KP_End:
-        return 119;
+        return KeyCode::End;
     case XKB_KEY_KP_Down:
-        return 125;
+        return KeyCode::DownArrow;
     case XKB_KEY_KP_Page_Down:
-        return 121;
+        return KeyCode::PageDown;
     case XKB_KEY_KP_Insert:
-        return 114;
+        return KeyCode::Insert;
     case XKB_KEY_KP_Delete:
-        return 117;
+        return KeyCode::ForwardDelete;
     default:
         return 0;
     }
@@ -261,7 +261,7 @@ bool X11EventTaps::deliverPress(xcb_keycode_t code, const KeyboardState& state) 
 
 void X11EventTaps::postEraseFirst(std::size_t count) {
     DesktopEvent press;
-    press.keyCode = DeleteKeyCode;
+    press.keyCode = KeyCode::Delete;
     DesktopEvent release = press;
     release.type = EventType::KeyUp;
     for (std::size_t i = 0; i < count; ++i)
