@@ -7,13 +7,10 @@
 
 #include "desktop/ChildProcess.h"
 #include "desktop/Deadline.h"
+#include "input/x11/XkbHeader.h"
 
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
-// This header names a field after a keyword of C++.
-#define explicit explicit_
-#include <xcb/xkb.h>
-#undef explicit
 
 namespace dresk {
 namespace {
