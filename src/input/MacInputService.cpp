@@ -48,14 +48,15 @@ void MacInputService::enableEvents() {
 
 // Runs first on the new tap thread. disableEvents may come at any moment of it.
 void MacInputService::enableEventsInternal(RunLoop& loop) {
-    auto eventTap = createKeyTap(loop);
+    std::shared_ptr<EventTap> eventTap = createKeyTap(loop);
+    if (eventTap != nullptr)
+        eventTap->enable(true);
     {
         const std::lock_guard lock(mutex_);
         if (!wanted_)
             return;
         eventTap_ = std::move(eventTap);
         if (eventTap_ != nullptr) {
-            eventTap_->enable(true);
             mainRunLoop_.post({this, "startCheckingSecureInputTimer"},
                               [this] { startCheckingSecureInputTimer(); });
         }
@@ -108,7 +109,7 @@ void MacInputService::disableMouseEventTap() {
 }
 
 void MacInputService::disableEvents() {
-    std::unique_ptr<EventTap> eventTap;
+    std::shared_ptr<EventTap> eventTap;
     {
         const std::lock_guard lock(mutex_);
         eventsEnabled_ = false;

@@ -197,7 +197,8 @@ class MacInputService final : public SystemInputService {
     /// Between enableEvents and disableEvents.
     bool wanted_ = false;
     RunLoop* tapRunLoop_ = nullptr;
-    std::unique_ptr<EventTap> eventTap_;
+    /// Shared so that the tap thread can enable it again without holding the lock.
+    std::shared_ptr<EventTap> eventTap_;
     std::unique_ptr<EventTap> mouseEventTap_;
     /// Jobs with a call on the tap thread's loop.
     std::vector<std::shared_ptr<DROutput>> waitingOutputs_;

@@ -62,9 +62,12 @@ bool MacInputService::cgEventCallbackWithProxy(EventTapProxy proxy, const Deskto
 
 // The key tap, even when the mouse tap brought the news.
 void MacInputService::enableKeyTapAgain() {
-    const std::lock_guard lock(mutex_);
-    if (eventTap_ != nullptr)
-        eventTap_->enable(true);
+    const std::shared_ptr<EventTap> eventTap = [this] {
+        const std::lock_guard lock(mutex_);
+        return eventTap_;
+    }();
+    if (eventTap != nullptr)
+        eventTap->enable(true);
 }
 
 bool MacInputService::handleKey(const DesktopEvent& event) {

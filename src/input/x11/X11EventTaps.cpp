@@ -73,8 +73,8 @@ X11EventTaps::~X11EventTaps() {
 
 void X11EventTaps::setLoop(PollRunLoop* loop) {
     if (loop_ != nullptr) {
-        loop_->cancelAll(this);
-        loop_->removeDescriptor(xcb_get_file_descriptor(connection_.get()));
+        currentLoop()->cancelAll(this);
+        currentLoop()->removeDescriptor(xcb_get_file_descriptor(connection_.get()));
         grab_.drop();
         port_.replay(); // a key that nobody will answer any more
         selectEvents(false);
@@ -83,7 +83,7 @@ void X11EventTaps::setLoop(PollRunLoop* loop) {
     if (loop_ == nullptr)
         return;
     selectEvents(true);
-    loop_->addDescriptor(
+    currentLoop()->addDescriptor(
         xcb_get_file_descriptor(connection_.get()), [this] { readEvents(); },
         [this] {
             connection_.flush();
@@ -141,11 +141,11 @@ void X11EventTaps::updateGrab() {
     const bool wanted = wantsKeys();
     if (!wanted)
         grab_.drop();
-    if (loop_ == nullptr || loop_->isCurrent()) {
+    if (loop_ == nullptr || currentLoop()->isCurrent()) {
         if (!grab_.enable(wanted))
             retryGrab();
     } else {
-        loop_->post({this, "updateGrab"}, [this] { updateGrab(); });
+        currentLoop()->post({this, "updateGrab"}, [this] { updateGrab(); });
     }
 }
 
@@ -159,7 +159,8 @@ void X11EventTaps::retryGrab() {
     if (!std::exchange(grabIsRefused_, true))
         logLine("Another program holds the keys of the window in front");
     if (loop_ != nullptr)
-        loop_->cancelAndCallAfter(RetryGrabAfter, {this, "retryGrab"}, [this] { retryGrab(); });
+        currentLoop()->cancelAndCallAfter(RetryGrabAfter, {this, "retryGrab"},
+                                          [this] { retryGrab(); });
 }
 
 bool X11EventTaps::deliver(const DesktopEvent& event) {
@@ -174,7 +175,7 @@ void X11EventTaps::postEvent(EventTapProxy /*proxy*/, const DesktopEvent& event)
     posted_.push_back(event);
     // Inside the callback of a key they go out when it returns, ahead of the key.
     if (posted_.size() == 1 && loop_ != nullptr)
-        loop_->post({this, "write"}, [this] {
+        currentLoop()->post({this, "write"}, [this] {
             if (!posted_.empty())
                 write(nullptr, false);
         });
@@ -200,7 +201,7 @@ bool X11EventTaps::prepareToType(StringView text) {
             continue;
         missing.push_back(point.value);
     }
-    return missing.empty() || spareKeys_.bind(missing, loop_->now());
+    return missing.empty() || spareKeys_.bind(missing, currentLoop()->now());
 }
 
 bool X11EventTaps::keyState(std::uint16_t keyCode) const {

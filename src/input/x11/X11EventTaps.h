@@ -36,6 +36,7 @@ class X11EventTaps final : public EventTaps {
   private:
     class Tap;
 
+    PollRunLoop* currentLoop() const { return loop_; }
     void readEvents();
     void dispatch(const xcb_generic_event_t& event);
     void handlePress(const GrabbedPress& press);
@@ -64,7 +65,7 @@ class X11EventTaps final : public EventTaps {
     void retryGrab();
 
     const XConnection& connection_;
-    PollRunLoop* loop_ = nullptr;
+    std::atomic<PollRunLoop*> loop_{nullptr};
     KeyboardPort port_;
     FocusGrab grab_;
     SpareKeys spareKeys_;

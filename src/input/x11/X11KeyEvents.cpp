@@ -58,8 +58,8 @@ void X11EventTaps::readEvents() {
         return;
     }
     if (expectedCode_ != 0)
-        loop_->cancelAndCallAfter(ExpectedKeyWithin, {this, "checkExpectedKey"},
-                                  [this] { checkExpectedKey(); });
+        currentLoop()->cancelAndCallAfter(ExpectedKeyWithin, {this, "checkExpectedKey"},
+                                          [this] { checkExpectedKey(); });
     connection_.flush();
 }
 
@@ -192,7 +192,7 @@ void X11EventTaps::handleStateNotice(const xcb_generic_event_t& event) {
     case XCB_XKB_NEW_KEYBOARD_NOTIFY:
         if (spareKeys_.isOwnChange(event.sequence) || std::exchange(keymapIsStale_, true))
             break;
-        loop_->post({this, "reloadKeymap"}, [this] {
+        currentLoop()->post({this, "reloadKeymap"}, [this] {
             if (keymapIsStale_)
                 reloadKeymap();
             if (inputSourceChanged_)
@@ -311,14 +311,14 @@ void X11EventTaps::write(const GrabbedPress* pending, bool swallow) {
     if (group_.exchange(state.lockedGroup) != state.lockedGroup && inputSourceChanged_)
         inputSourceChanged_();
     if (spareKeys_.hasBindings() && loop_ != nullptr)
-        loop_->cancelAndCallAfter(UnbindSpareKeysAfter, {this, "unbindSpareKeys"},
-                                  [this] { spareKeys_.unbindAll(); });
+        currentLoop()->cancelAndCallAfter(UnbindSpareKeysAfter, {this, "unbindSpareKeys"},
+                                          [this] { spareKeys_.unbindAll(); });
 }
 
 void X11EventTaps::writePosted() {
     std::vector<DesktopEvent> events;
     events.swap(posted_);
-    const double now = loop_ != nullptr ? loop_->now() : steadySeconds();
+    const double now = loop_ != nullptr ? currentLoop()->now() : steadySeconds();
     for (const DesktopEvent& event : events)
         writer_.write(event, now);
 }
