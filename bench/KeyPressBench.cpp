@@ -2,7 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "engine/VirtualKey.h"
+#include "Foundation/KeyCode.h"
 #include "support/EngineRig.h"
 
 namespace dresk {
@@ -46,7 +46,7 @@ void keyWithoutMatch(benchmark::State& state) {
             rig.engine.clear();
         }
         args.c = keys[i++];
-        args.key = args.c == u' ' ? VirtualKey::Space : 0;
+        args.key = args.c == u' ' ? KeyCode::Space : 0;
         args.s = String(1, args.c);
         rig.engine.onSystemInputServiceKeyDown(&args);
     }
