@@ -6,6 +6,8 @@
 #include <fstream>
 #include <thread>
 
+#include <poll.h>
+
 #include "desktop/ChildProcess.h"
 #include "desktop/KeyInjector.h"
 
@@ -14,7 +16,7 @@
 namespace dresk {
 namespace {
 
-constexpr int Keys = 1000;
+constexpr int Keys = 300;
 constexpr std::uint8_t LetterKeys[] = {38, 39, 40, 41, 43, 44, 45, 46}; // the home row
 constexpr auto Interval = std::chrono::milliseconds(10);
 
@@ -37,14 +39,22 @@ class Window {
     Window& operator=(const Window&) = delete;
     ~Window() { xcb_disconnect(connection_); }
 
+    /// Ends the program when nothing of that type comes within some seconds.
     void await(std::uint8_t type) {
-        while (xcb_generic_event_t* event = xcb_wait_for_event(connection_)) {
-            const bool found = (event->response_type & 0x7F) == type;
-            std::free(event);
-            if (found)
-                return;
+        constexpr int patience = 5000;
+        for (;;) {
+            while (xcb_generic_event_t* event = xcb_poll_for_event(connection_)) {
+                const bool found = (event->response_type & 0x7F) == type;
+                std::free(event);
+                if (found)
+                    return;
+            }
+            pollfd entry{xcb_get_file_descriptor(connection_), POLLIN, 0};
+            if (poll(&entry, 1, patience) != 1) {
+                std::fprintf(stderr, "no event of type %d came\n", type);
+                std::exit(1);
+            }
         }
-        std::exit(1);
     }
 
   private:
@@ -99,6 +109,7 @@ int run() {
         if (program == nullptr || program->readLine(20) != "ready")
             return 1;
         const Latency with = measure(*keys, window);
+        (void)std::fflush(stdout);
         std::printf("without                  %9.3f %9.3f\n", without.p50, without.p99);
         std::printf("with %7d snippets    %9.3f %9.3f %7.2f %7.2f\n", rows, with.p50, with.p99,
                     with.p50 / without.p50, with.p99 / without.p99);
