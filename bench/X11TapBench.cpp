@@ -31,6 +31,7 @@ class Window {
                           0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                           XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
         xcb_map_window(connection_, window_);
+        xcb_flush(connection_);
         await(XCB_EXPOSE);
         xcb_set_input_focus(connection_, XCB_INPUT_FOCUS_PARENT, window_, XCB_CURRENT_TIME);
         xcb_flush(connection_);
