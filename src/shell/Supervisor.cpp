@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <limits>
@@ -17,6 +16,7 @@
 #include <unistd.h>
 
 #include "Foundation/Log.h"
+#include "Foundation/RunLoop.h"
 #include "shell/Heartbeat.h"
 
 namespace dresk {
@@ -24,11 +24,6 @@ namespace dresk {
 namespace {
 
 constexpr double Never = std::numeric_limits<double>::infinity();
-
-double now() {
-    const auto time = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration<double>(time).count();
-}
 
 sigset_t watchedSignals() {
     sigset_t set;
@@ -118,7 +113,7 @@ void Supervisor::passSignalsOn() {
             continue;
         kill(pid_, static_cast<int>(info.ssi_signo));
         ending_ = true;
-        deadline_ = now() + limits_.endTimeout;
+        deadline_ = steadySeconds() + limits_.endTimeout;
     }
 }
 
@@ -129,7 +124,7 @@ void Supervisor::readHeartbeats() {
         if (ending_ || hung_)
             continue;
         const bool paused = bytes[static_cast<std::size_t>(count) - 1] == Heartbeat::Pause;
-        deadline_ = paused ? Never : now() + limits_.heartbeatTimeout;
+        deadline_ = paused ? Never : steadySeconds() + limits_.heartbeatTimeout;
     }
     // A pipe whose writer has gone is ready for ever; the end itself is told by a signal.
     if (count == 0)
@@ -145,7 +140,7 @@ void Supervisor::closeHeartbeat() {
 // Keys that wait for an answer are lost with the process that owes it. So a worker that was merely
 // stopped is first told to go on and to end by itself, which passes them on.
 void Supervisor::killLateWorker() {
-    if (now() < deadline_)
+    if (steadySeconds() < deadline_)
         return;
     if (hung_ || ending_) {
         hung_ = true;
@@ -154,7 +149,7 @@ void Supervisor::killLateWorker() {
         return;
     }
     hung_ = true;
-    deadline_ = now() + limits_.releaseTimeout;
+    deadline_ = steadySeconds() + limits_.releaseTimeout;
     kill(pid_, SIGTERM);
     kill(pid_, SIGCONT);
 }
@@ -182,11 +177,11 @@ Supervisor::Ending Supervisor::judge(int waitStatus) const {
 int Supervisor::pollTimeout() const {
     if (std::isinf(deadline_))
         return -1;
-    return static_cast<int>(std::ceil(std::max(0.0, deadline_ - now()) * 1000));
+    return static_cast<int>(std::ceil(std::max(0.0, deadline_ - steadySeconds()) * 1000));
 }
 
 bool Supervisor::mayRestart() {
-    const double time = now();
+    const double time = steadySeconds();
     std::erase_if(restarts_,
                   [&](double restart) { return restart < time - limits_.restartWindow; });
     if (restarts_.size() >= limits_.maxRestarts)
