@@ -3,11 +3,11 @@
 #include <thread>
 
 #include "Foundation/RunLoop.h"
-#include "engine/FeedbackSound.h"
 #include "engine/HeadlessSuggestionController.h"
 #include "engine/SnippetQuickSearchController.h"
 #include "engine/UndoInformation.h"
 #include "language/SnippetParser.h"
+#include "seam/FeedbackSound.h"
 #include "seam/SystemInputService.h"
 
 namespace dresk {

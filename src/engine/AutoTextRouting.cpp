@@ -155,10 +155,10 @@ void AutoText::onSystemInputServiceUnregisteredHotKeyPressed(
 void AutoText::onSystemInputServiceMouseDown(ZPMouseEventArgs* /*args*/) {
     const auto point = macInputService_.mouseLocation();
     if (snippetSuggestionWindowVisible()) {
-        if (snippetSuggestionController_->windowFrame().contains(point.x, point.y))
+        if (snippetSuggestionController_->windowFrame().contains(point))
             return;
     } else if (snippetQuickSearchWindowVisible() &&
-               snippetQuickSearchController_->windowFrame().contains(point.x, point.y)) {
+               snippetQuickSearchController_->windowFrame().contains(point)) {
         return;
     }
     clear();

@@ -14,8 +14,9 @@ class HeadlessSuggestionController final : public SnippetSuggestionController {
     void showWindowAtCaret() override;
     void close() override { visible_ = false; }
     bool isVisible() const override { return visible_; }
-    ScreenRect windowFrame() const override { return {}; }
+    Rect windowFrame() const override { return {}; }
     void reloadData() override { selected_ = 0; }
+    void notifyFontSizeDeltaChanged() override {}
     void refreshHeight() override {}
     void nextSuggestion() override;
     void previousSuggestion() override;

@@ -2,21 +2,10 @@
 
 #include <functional>
 
+#include "Foundation/Geometry.h"
 #include "engine/SuggestionRows.h"
 
 namespace dresk {
-
-/// A rectangle on the screen, origin top left; the right and bottom edges lie outside.
-struct ScreenRect {
-    double x = 0;
-    double y = 0;
-    double width = 0;
-    double height = 0;
-
-    bool contains(double pointX, double pointY) const {
-        return pointX >= x && pointX < x + width && pointY >= y && pointY < y + height;
-    }
-};
 
 /// The floating list from which the user chooses a snippet. Whoever has windows implements it and
 /// gives it to the engine; it must never take the keyboard focus from the target application. Main
@@ -38,9 +27,11 @@ class SnippetSuggestionController {
     virtual void close() = 0;
     /// Any thread.
     virtual bool isVisible() const = 0;
-    /// Empty while there is no window. Any thread.
-    virtual ScreenRect windowFrame() const = 0;
+    /// Origin at the top left of the first screen; zero while there is no window. Any thread.
+    virtual Rect windowFrame() const = 0;
 
+    /// The preference "FontSizeDelta" has changed.
+    virtual void notifyFontSizeDeltaChanged() = 0;
     /// Reads the rows again and selects row 0.
     virtual void reloadData() = 0;
     /// Fits the window to the number of rows.

@@ -2,8 +2,14 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <vector>
 
+#include "Foundation/Geometry.h"
 #include "Foundation/RunLoop.h"
+#include "input/Accessibility.h"
+#include "input/Pasteboard.h"
+#include "seam/FeedbackSound.h"
 #include "store/BundleIdentifierResolver.h"
 
 /// The platform as MacInputService sees it. A back end implements these classes and nothing else;
@@ -19,6 +25,7 @@ enum class EventType : std::int32_t {
     TapDisabledByTimeout = -2,
     TapDisabledByUserInput = -1,
     LeftMouseDown = 1,
+    LeftMouseUp = 2,
     RightMouseDown = 3,
     KeyDown = 10,
     KeyUp = 11,
@@ -75,6 +82,13 @@ class EventTap {
     virtual void enable(bool enabled) = 0;
 };
 
+/// What is known of a tap, whoever has it.
+struct EventTapInformation {
+    /// 0 for one that filters, 1 for a listener.
+    std::int32_t options = 0;
+    ProcessSerialNumber process;
+};
+
 /// Event streams. A key waits for its callback, and a callback that takes longer than about 0.2
 /// seconds has its key passed on, the tap disabled, and the event TapDisabledByTimeout delivered
 /// next; `enable` brings it back.
@@ -110,6 +124,9 @@ class EventTaps {
     virtual bool keyState(std::uint16_t keyCode) const = 0;
     /// Whether another program keeps the keyboard to itself, as password prompts do. Any thread.
     virtual bool isSecureEventInputEnabled() const = 0;
+    /// Taps of all programs, in the order in which events pass them; null when the desktop does not
+    /// tell. Any thread.
+    virtual std::optional<std::vector<EventTapInformation>> eventTapList() = 0;
 };
 
 /// The thread on which taps deliver. The destructor ends the loop behind the call being served and
@@ -148,31 +165,51 @@ class Processes : public RunningApplications {
     virtual void setFrontProcess(ProcessSerialNumber process) = 0;
 };
 
-/// What accessibility tells of the focused element. Tap thread; an application that does not
-/// answer within about 40 ms counts as one without the element.
-class Accessibility {
+/// A screen, origin at the top left of the first one.
+struct Screen {
+    Rect frame;
+    /// Without panels and docks.
+    Rect visibleFrame;
+};
+
+/// Screens and pointer; places have their origin at the top left of the first screen. Any thread.
+class Screens {
   public:
-    virtual ~Accessibility() = default;
-    /// Length of the selected text in 16-bit units; 0 when there is none or it is not known.
-    virtual std::uint64_t getSelectedTextLength() = 0;
+    virtual ~Screens() = default;
+    /// The first is the main one; empty when there is none.
+    virtual std::vector<Screen> screens() = 0;
+    virtual Point pointerLocation() = 0;
+    /// Presses or releases the left button at that place: LeftMouseDown or LeftMouseUp.
+    virtual void postMouseEvent(EventType type, Point location) = 0;
+};
+
+/// A chord registered with the desktop as a whole, until this is destroyed.
+class EventHotKey {
+  public:
+    EventHotKey() = default;
+    EventHotKey(const EventHotKey&) = delete;
+    EventHotKey& operator=(const EventHotKey&) = delete;
+    virtual ~EventHotKey() = default;
 };
 
 /// A whole back end. The parts live as long as it does.
 class Desktop {
   public:
-    struct Point {
-        double x = 0;
-        double y = 0;
-    };
-
     virtual ~Desktop() = default;
 
     virtual EventTaps& eventTaps() = 0;
     virtual KeyboardLayouts& keyboardLayouts() = 0;
     virtual Processes& processes() = 0;
     virtual Accessibility& accessibility() = 0;
-    /// Position of the pointer, origin at the top left. Any thread.
-    virtual Point pointerLocation() = 0;
+    virtual Pasteboard& pasteboard() = 0;
+    virtual Screens& screens() = 0;
+    virtual Sounds& sounds() = 0;
+    /// Calls `pressed` on `loop` whenever the chord is pressed, taps or not. `flags` holds
+    /// EventFlag modifiers. Null when the desktop refuses, for instance because another program has
+    /// the chord. Main thread.
+    virtual std::unique_ptr<EventHotKey> registerEventHotKey(std::uint16_t keyCode,
+                                                             std::uint64_t flags, RunLoop& loop,
+                                                             std::function<void()> pressed) = 0;
     /// Starts a tap thread, which runs `body` first and then its loop.
     virtual std::unique_ptr<TapThread> startTapThread(std::function<void(RunLoop&)> body) = 0;
 };

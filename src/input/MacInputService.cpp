@@ -1,6 +1,7 @@
 #include "input/MacInputService.h"
 
 #include "Foundation/Log.h"
+#include "input/AXUtils.h"
 
 namespace dresk {
 
@@ -198,9 +199,16 @@ std::optional<String> MacInputService::inputSourceIdentifier() const {
     return desktop_.keyboardLayouts().currentInputSourceIdentifier();
 }
 
-SystemInputService::Point MacInputService::mouseLocation() const {
-    const Desktop::Point point = desktop_.pointerLocation();
-    return {point.x, point.y};
+void MacInputService::setFrontProcess(ProcessSerialNumber process) {
+    desktop_.processes().setFrontProcess(process);
+}
+
+std::optional<String> MacInputService::getTextBeforeCaretWithMaxLength(std::int64_t length) {
+    return AXUtils(desktop_).getTextBeforeCaretWithMaxLength(length);
+}
+
+Point MacInputService::mouseLocation() const {
+    return desktop_.screens().pointerLocation();
 }
 
 } // namespace dresk

@@ -72,6 +72,8 @@ class MacInputService final : public SystemInputService {
     std::int32_t keyModifier() const override { return keyModifier_; }
     std::optional<String> lastKeyString() const override { return lastKeyString_; }
     ProcessSerialNumber lastProcessReceivedKeyEvent() const override;
+    void setFrontProcess(ProcessSerialNumber process) override;
+    std::optional<String> getTextBeforeCaretWithMaxLength(std::int64_t length) override;
     /// Last known state of secure keyboard entry. Any thread.
     bool secureInput() const { return secureInput_; }
     /// Name of the application that was in front when secure entry began; null while it is off.

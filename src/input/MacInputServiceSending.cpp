@@ -3,6 +3,7 @@
 
 #include "Foundation/KeyCode.h"
 #include "Foundation/Log.h"
+#include "input/AXUtils.h"
 #include "input/MacInputService.h"
 #include "store/SnippetGroup.h"
 
@@ -275,7 +276,7 @@ void MacInputService::sendBackspaces(std::uint64_t count) {
     if (count == 0)
         return;
     beginSending();
-    if (desktop_.accessibility().getSelectedTextLength() != 0)
+    if (AXUtils(desktop_).getSelectedTextLength() != 0)
         sendKey(KeyCode::ForwardDelete);
     sendKey(KeyCode::Delete, 0, count);
     endSending();

@@ -9,9 +9,13 @@
 namespace dresk {
 
 namespace PasteboardType {
+inline constexpr StringView String = u"public.utf8-plain-text";
 inline constexpr StringView RTFD = u"com.apple.flat-rtfd";
 inline constexpr StringView RTF = u"public.rtf";
 inline constexpr StringView HTML = u"public.html";
+inline constexpr StringView PNG = u"public.png";
+inline constexpr StringView PDF = u"com.adobe.pdf";
+inline constexpr StringView TIFF = u"public.tiff";
 } // namespace PasteboardType
 
 /// The clipboard as an expansion reads it. Called on the thread of the expansion, which holds up a

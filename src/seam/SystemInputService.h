@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Foundation/Geometry.h"
 #include "Foundation/ZPEvent.h"
 #include "seam/DROutput.h"
 #include "seam/ZPEventArgs.h"
@@ -48,6 +49,11 @@ class SystemInputService : public ZPObject {
     virtual std::optional<String> lastKeyString() const = 0;
     /// Process that last received a key. Any thread.
     virtual ProcessSerialNumber lastProcessReceivedKeyEvent() const = 0;
+    /// Brings the process to the front as far as the desktop allows. Any thread.
+    virtual void setFrontProcess(ProcessSerialNumber process) = 0;
+    /// The last units before the caret of the focused text, at most so many; null when the
+    /// application does not tell. Waits for it for a moment. Any thread.
+    virtual std::optional<String> getTextBeforeCaretWithMaxLength(std::int64_t length) = 0;
 
     /// Finds the delivery rules for the application in front. Any thread.
     virtual void refreshContextInputSetting() = 0;
@@ -71,10 +77,6 @@ class SystemInputService : public ZPObject {
     /// The selected input source changed. No argument; tap or main thread.
     virtual ZPEvent& inputSourceChangedEvent() = 0;
     /// Pointer position on the screen, origin top left. Any thread.
-    struct Point {
-        double x = 0;
-        double y = 0;
-    };
     virtual Point mouseLocation() const = 0;
 };
 

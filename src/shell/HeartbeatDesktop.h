@@ -17,7 +17,14 @@ class HeartbeatDesktop final : public Desktop {
     KeyboardLayouts& keyboardLayouts() override { return desktop_.keyboardLayouts(); }
     Processes& processes() override { return desktop_.processes(); }
     Accessibility& accessibility() override { return desktop_.accessibility(); }
-    Point pointerLocation() override { return desktop_.pointerLocation(); }
+    Pasteboard& pasteboard() override { return desktop_.pasteboard(); }
+    Screens& screens() override { return desktop_.screens(); }
+    Sounds& sounds() override { return desktop_.sounds(); }
+    std::unique_ptr<EventHotKey> registerEventHotKey(std::uint16_t keyCode, std::uint64_t flags,
+                                                     RunLoop& loop,
+                                                     std::function<void()> pressed) override {
+        return desktop_.registerEventHotKey(keyCode, flags, loop, std::move(pressed));
+    }
     std::unique_ptr<TapThread> startTapThread(std::function<void(RunLoop&)> body) override;
 
   private:

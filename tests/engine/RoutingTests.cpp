@@ -190,12 +190,18 @@ TEST(Routing, TheSelectorModifierSaysWhichDigitsChoose) {
 /// A window of the list, or the panel, that stands in a known place.
 struct FixedQuickSearch : SnippetQuickSearchController {
     bool isVisible() const override { return visible; }
-    ScreenRect windowFrame() const override { return {10, 10, 100, 50}; }
+    Rect windowFrame() const override { return {10, 10, 100, 50}; }
     std::shared_ptr<Snippet> snippetAtIndex(std::size_t index) const override {
         return index == 1 ? snippet : nullptr;
     }
     void close() override { visible = false; }
     void setSnippetSelectorKeyModifier(std::uint64_t /*modifier*/) override {}
+    void setSnippetGroups(const SnippetGroupList& /*groups*/,
+                          std::function<void()> /*snippetSelectedAction*/) override {}
+    std::shared_ptr<Snippet> selectedSnippet() const override { return snippet; }
+    void showWindowAtCaret() override {}
+    void showWindowAtTopRightCorner() override {}
+    void notifyFontSizeDeltaChanged() override {}
 
     bool visible = true;
     std::shared_ptr<Snippet> snippet;

@@ -1,5 +1,7 @@
 #include "support/ScriptedInputService.h"
 
+#include <algorithm>
+
 namespace dresk {
 
 bool ScriptedInputService::press(const ScriptedKey& key) {
@@ -88,6 +90,13 @@ std::vector<std::string> ScriptedInputService::takeJobs() {
     }
     jobs.clear();
     return lines;
+}
+
+std::optional<String> ScriptedInputService::getTextBeforeCaretWithMaxLength(std::int64_t length) {
+    if (!textBeforeCaret.has_value())
+        return std::nullopt;
+    const std::size_t count = std::min(static_cast<std::size_t>(length), textBeforeCaret->size());
+    return textBeforeCaret->substr(textBeforeCaret->size() - count);
 }
 
 std::optional<String> ScriptedInputService::stringForKeyCode(std::int64_t keyCode,

@@ -63,11 +63,15 @@ class ScriptedInputService : public SystemInputService {
     std::int32_t keyModifier() const override { return keyModifier_; }
     std::optional<String> lastKeyString() const override { return lastKeyString_; }
     ProcessSerialNumber lastProcessReceivedKeyEvent() const override { return process_; }
+    void setFrontProcess(ProcessSerialNumber process) override {
+        frontProcesses.push_back(process);
+    }
+    std::optional<String> getTextBeforeCaretWithMaxLength(std::int64_t length) override;
     void refreshContextInputSetting() override {}
     std::shared_ptr<ContextInputSetting> contextInputSetting() const override {
         return contextInputSetting_;
     }
-    std::optional<String> contextBundleIdentifier() const override { return std::nullopt; }
+    std::optional<String> contextBundleIdentifier() const override { return bundleIdentifier; }
     void sendOutput(const std::shared_ptr<DROutput>& output) override;
     std::optional<String> stringForKeyCode(std::int64_t keyCode, std::uint64_t flags) override;
     std::optional<String> inputSourceIdentifier() const override { return inputSource; }
@@ -79,6 +83,10 @@ class ScriptedInputService : public SystemInputService {
     /// The text that reached the application as plain keys.
     String passed;
     bool sameProcess = false;
+    /// What accessibility tells of the text before the caret; null when nothing.
+    std::optional<String> textBeforeCaret;
+    std::vector<ProcessSerialNumber> frontProcesses;
+    std::optional<String> bundleIdentifier;
     std::optional<String> inputSource;
     /// What keys type without modifiers.
     std::map<std::int64_t, String> plainKeys;

@@ -1,6 +1,7 @@
 #include "input/scripted/ScriptedApplications.h"
 
 #include "input/scripted/EventRecord.h"
+#include "input/scripted/ScriptedElement.h"
 
 namespace dresk {
 
@@ -41,16 +42,33 @@ void ScriptedApplications::setFrontProcess(ProcessSerialNumber process) {
         front_ = process;
 }
 
-std::uint64_t ScriptedApplications::getSelectedTextLength() {
+AXElement ScriptedApplications::applicationElement(ProcessSerialNumber process) {
     const std::lock_guard lock(mutex_);
-    const Application* application = find(front_);
-    return application != nullptr ? application->field.selection().length : 0;
+    const Application* application = find(process);
+    if (application == nullptr)
+        return nullptr;
+    AXElement focused = application->focusedElement;
+    if (focused == nullptr) {
+        const auto field = std::make_shared<ScriptedElement>();
+        field->set(AXAttribute::SelectedTextRange, application->field.selection());
+        field->set(AXAttribute::Value, application->field.text());
+        focused = field;
+    }
+    const auto element = std::make_shared<ScriptedElement>();
+    element->set(AXAttribute::FocusedUIElement, focused);
+    return element;
+}
+
+void ScriptedApplications::setFocusedElement(ProcessSerialNumber process, AXElement element) {
+    const std::lock_guard lock(mutex_);
+    if (Application* application = find(process))
+        application->focusedElement = std::move(element);
 }
 
 ProcessSerialNumber ScriptedApplications::launch(std::optional<String> identifier, String name) {
     const std::lock_guard lock(mutex_);
     const ProcessSerialNumber process{0, nextProcess_++};
-    applications_[process.low] = {std::move(identifier), std::move(name), {}, {}};
+    applications_[process.low] = {std::move(identifier), std::move(name), {}, {}, {}};
     return process;
 }
 

@@ -22,7 +22,10 @@ class ScriptedApplications final : public Processes, public Accessibility {
     /// Nothing for a process that does not run.
     void setFrontProcess(ProcessSerialNumber process) override;
     // Accessibility
-    std::uint64_t getSelectedTextLength() override;
+    /// Null for a process that does not run. Its focused element is the text field, unless
+    /// setFocusedElement gave another.
+    AXElement applicationElement(ProcessSerialNumber process) override;
+    void setFocusedElement(ProcessSerialNumber process, AXElement element);
 
     /// Starts an application, behind the others.
     ProcessSerialNumber launch(std::optional<String> identifier, String name);
@@ -43,6 +46,7 @@ class ScriptedApplications final : public Processes, public Accessibility {
         String name;
         ScriptedTextField field;
         std::vector<std::string> received;
+        AXElement focusedElement;
     };
     Application* find(ProcessSerialNumber process);
     const Application* find(ProcessSerialNumber process) const;

@@ -76,14 +76,11 @@ double ScriptedDesktop::now() const {
     return (time_ != nullptr ? time_->elapsed() : steadySeconds()) - start_;
 }
 
-Desktop::Point ScriptedDesktop::pointerLocation() {
-    const std::lock_guard lock(pointerMutex_);
-    return pointer_;
-}
-
-void ScriptedDesktop::movePointer(Point location) {
-    const std::lock_guard lock(pointerMutex_);
-    pointer_ = location;
+std::unique_ptr<EventHotKey> ScriptedDesktop::registerEventHotKey(std::uint16_t keyCode,
+                                                                  std::uint64_t flags,
+                                                                  RunLoop& loop,
+                                                                  std::function<void()> pressed) {
+    return eventTaps_.registerHotKey(keyCode, flags, loop, std::move(pressed));
 }
 
 std::unique_ptr<TapThread> ScriptedDesktop::startTapThread(std::function<void(RunLoop&)> body) {

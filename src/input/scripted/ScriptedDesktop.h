@@ -2,6 +2,9 @@
 
 #include "Foundation/VirtualRunLoop.h"
 #include "input/scripted/ScriptedEventTaps.h"
+#include "input/scripted/ScriptedPasteboard.h"
+#include "input/scripted/ScriptedScreens.h"
+#include "input/scripted/ScriptedSounds.h"
 
 namespace dresk {
 
@@ -22,7 +25,12 @@ class ScriptedDesktop final : public Desktop {
     ScriptedKeyboard& keyboardLayouts() override { return keyboard_; }
     ScriptedApplications& processes() override { return applications_; }
     Accessibility& accessibility() override { return applications_; }
-    Point pointerLocation() override;
+    ScriptedPasteboard& pasteboard() override { return pasteboard_; }
+    ScriptedScreens& screens() override { return screens_; }
+    ScriptedSounds& sounds() override { return sounds_; }
+    std::unique_ptr<EventHotKey> registerEventHotKey(std::uint16_t keyCode, std::uint64_t flags,
+                                                     RunLoop& loop,
+                                                     std::function<void()> pressed) override;
     /// One at a time.
     std::unique_ptr<TapThread> startTapThread(std::function<void(RunLoop&)> body) override;
 
@@ -36,7 +44,7 @@ class ScriptedDesktop final : public Desktop {
     void typeKey(std::uint16_t keyCode, std::uint64_t flags = 0);
     void holdModifiers(std::uint64_t flags);
     void pressMouse(EventType button = EventType::LeftMouseDown);
-    void movePointer(Point location);
+    void movePointer(Point location) { screens_.movePointer(location); }
     /// "us" or "de"; others change nothing.
     void selectLayout(String identifier);
     /// Does the same on the tap thread as the user's operations do: at once in virtual time.
@@ -66,8 +74,9 @@ class ScriptedDesktop final : public Desktop {
     ScriptedEventTaps eventTaps_;
     ProcessSerialNumber editor_;
     PerformingThread* tapThread_ = nullptr;
-    mutable std::mutex pointerMutex_;
-    Point pointer_;
+    ScriptedPasteboard pasteboard_;
+    ScriptedScreens screens_;
+    ScriptedSounds sounds_;
 };
 
 } // namespace dresk

@@ -116,8 +116,64 @@ void ScriptedEventTaps::deliver(const DesktopEvent& event) {
         applications_.receive(event, event.unicodeString);
 }
 
+struct ScriptedEventTaps::HotKey {
+    std::uint16_t keyCode;
+    std::uint64_t flags;
+    RunLoop& loop;
+    std::function<void()> pressed;
+};
+
+class ScriptedEventTaps::HotKeyHandle final : public EventHotKey {
+  public:
+    HotKeyHandle(ScriptedEventTaps& taps, std::shared_ptr<HotKey> hotKey)
+        : taps_(taps), hotKey_(std::move(hotKey)) {}
+    HotKeyHandle(const HotKeyHandle&) = delete;
+    HotKeyHandle& operator=(const HotKeyHandle&) = delete;
+    ~HotKeyHandle() override {
+        const std::lock_guard lock(taps_.mutex_);
+        std::erase(taps_.hotKeys_, hotKey_);
+        hotKey_->loop.cancelAll(hotKey_.get());
+    }
+
+  private:
+    ScriptedEventTaps& taps_;
+    const std::shared_ptr<HotKey> hotKey_;
+};
+
+std::unique_ptr<EventHotKey> ScriptedEventTaps::registerHotKey(std::uint16_t keyCode,
+                                                               std::uint64_t flags, RunLoop& loop,
+                                                               std::function<void()> pressed) {
+    auto hotKey = std::make_shared<HotKey>(HotKey{keyCode, flags, loop, std::move(pressed)});
+    const std::lock_guard lock(mutex_);
+    hotKeys_.push_back(hotKey);
+    return std::make_unique<HotKeyHandle>(*this, std::move(hotKey));
+}
+
+bool ScriptedEventTaps::pressHotKey(std::uint16_t keyCode) {
+    const std::lock_guard lock(mutex_);
+    for (const auto& hotKey : hotKeys_) {
+        if (hotKey->keyCode != keyCode || hotKey->flags != heldFlags_)
+            continue;
+        hotKey->loop.post({hotKey.get(), "pressed"}, hotKey->pressed);
+        return true;
+    }
+    return false;
+}
+
+std::optional<std::vector<EventTapInformation>> ScriptedEventTaps::eventTapList() {
+    const std::lock_guard lock(mutex_);
+    return eventTapList_;
+}
+
+void ScriptedEventTaps::setEventTapList(std::optional<std::vector<EventTapInformation>> list) {
+    const std::lock_guard lock(mutex_);
+    eventTapList_ = std::move(list);
+}
+
 void ScriptedEventTaps::pressKey(std::uint16_t keyCode) {
     heldKeys_.insert(keyCode);
+    if (pressHotKey(keyCode))
+        return;
     deliver({EventType::KeyDown, keyCode, heldFlags_, keyboard_.typedString(keyCode, heldFlags_)});
 }
 

@@ -26,6 +26,13 @@ class ScriptedEventTaps final : public EventTaps {
     bool prepareToType(StringView text) override;
     bool keyState(std::uint16_t keyCode) const override { return heldKeys_.contains(keyCode); }
     bool isSecureEventInputEnabled() const override { return secureInput_; }
+    std::optional<std::vector<EventTapInformation>> eventTapList() override;
+
+    /// A chord with these flags exactly goes to the callback and to nobody else. Any thread.
+    std::unique_ptr<EventHotKey> registerHotKey(std::uint16_t keyCode, std::uint64_t flags,
+                                                RunLoop& loop, std::function<void()> pressed);
+    /// What eventTapList tells; null at first. Any thread.
+    void setEventTapList(std::optional<std::vector<EventTapInformation>> list);
 
     // What the user does.
     void pressKey(std::uint16_t keyCode);
@@ -55,9 +62,12 @@ class ScriptedEventTaps final : public EventTaps {
   private:
     struct Tap;
     class TapHandle;
+    struct HotKey;
+    class HotKeyHandle;
 
     std::vector<std::shared_ptr<Tap>> tapsFor(EventType type) const;
     static bool callBack(Tap& tap, const DesktopEvent& event);
+    bool pressHotKey(std::uint16_t keyCode);
     bool isSwallowed(const DesktopEvent& event);
     bool isSwallowedBy(Tap& tap, const DesktopEvent& event);
     void deliver(const DesktopEvent& event);
@@ -72,6 +82,8 @@ class ScriptedEventTaps final : public EventTaps {
     std::atomic<bool> secureInput_{false};
     std::atomic<double> callbackLimit_{0.2};
     mutable std::mutex mutex_;
+    std::optional<std::vector<EventTapInformation>> eventTapList_;
+    std::vector<std::shared_ptr<HotKey>> hotKeys_;
     std::vector<std::shared_ptr<Tap>> taps_;
     std::vector<RecordedEvent> posted_;
 

@@ -49,7 +49,65 @@ class X11KeyboardLayouts final : public KeyboardLayouts {
 /// Accessibility is not asked on this desktop: nothing is known of any element.
 class NoAccessibility final : public Accessibility {
   public:
-    std::uint64_t getSelectedTextLength() override { return 0; }
+    AXElement applicationElement(ProcessSerialNumber /*process*/) override { return nullptr; }
+};
+
+/// A pasteboard that nobody else sees.
+class NoPasteboard final : public Pasteboard {
+  public:
+    std::int64_t changeCount() override { return 0; }
+    std::shared_ptr<const PasteboardContents> contents() override { return contents_; }
+    std::int64_t declareTypes(const std::vector<String>& /*types*/,
+                              std::shared_ptr<PasteboardOwner> /*owner*/,
+                              PasteboardOptions /*options*/) override {
+        return 0;
+    }
+    std::vector<String> types() override { return {}; }
+    std::optional<std::string> dataForType(StringView /*type*/) override { return std::nullopt; }
+    void handOver() override {}
+
+  private:
+    class Empty final : public PasteboardContents {
+      public:
+        bool isComplete() const override { return true; }
+        std::vector<String> types() const override { return {}; }
+        std::optional<std::string> dataForType(StringView /*type*/) const override {
+            return std::nullopt;
+        }
+    };
+    std::shared_ptr<Empty> contents_ = std::make_shared<Empty>();
+};
+
+class NoSounds final : public Sounds {
+  public:
+    std::shared_ptr<FeedbackSound> soundNamed(StringView /*name*/) override { return nullptr; }
+    std::shared_ptr<FeedbackSound> soundWithContentsOfFile(StringView /*path*/) override {
+        return nullptr;
+    }
+    void beep() override {}
+};
+
+class X11Screens final : public Screens {
+  public:
+    explicit X11Screens(XConnection& connection) : connection_(connection) {}
+
+    std::vector<Screen> screens() override {
+        const xcb_screen_t& screen = connection_.screen();
+        const Rect frame{0, 0, static_cast<double>(screen.width_in_pixels),
+                         static_cast<double>(screen.height_in_pixels)};
+        return {{frame, frame}};
+    }
+    Point pointerLocation() override {
+        const XPointer<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(
+            connection_.get(), xcb_query_pointer(connection_.get(), connection_.root()), nullptr));
+        if (reply == nullptr)
+            return {};
+        return {static_cast<double>(reply->root_x), static_cast<double>(reply->root_y)};
+    }
+    void postMouseEvent(EventType /*type*/, Point /*location*/) override {}
+
+  private:
+    XConnection& connection_;
 };
 
 class X11TapThread final : public TapThread {
@@ -82,7 +140,7 @@ class X11Desktop final : public Desktop {
   public:
     explicit X11Desktop(std::unique_ptr<XConnection> connection)
         : connection_(std::move(connection)), applications_(*connection_), taps_(*connection_),
-          layouts_(taps_) {
+          layouts_(taps_), screens_(*connection_) {
         taps_.setFocusChangedHandler(
             [this](xcb_window_t window) { applications_.setFocusWindow(window); });
     }
@@ -92,13 +150,13 @@ class X11Desktop final : public Desktop {
     Processes& processes() override { return applications_; }
     Accessibility& accessibility() override { return accessibility_; }
 
-    Point pointerLocation() override {
-        const XPointer<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(
-            connection_->get(), xcb_query_pointer(connection_->get(), connection_->root()),
-            nullptr));
-        if (reply == nullptr)
-            return {};
-        return {static_cast<double>(reply->root_x), static_cast<double>(reply->root_y)};
+    Pasteboard& pasteboard() override { return pasteboard_; }
+    Screens& screens() override { return screens_; }
+    Sounds& sounds() override { return sounds_; }
+    std::unique_ptr<EventHotKey> registerEventHotKey(std::uint16_t /*keyCode*/,
+                                                     std::uint64_t /*flags*/, RunLoop& /*loop*/,
+                                                     std::function<void()> /*pressed*/) override {
+        return nullptr;
     }
 
     std::unique_ptr<TapThread> startTapThread(std::function<void(RunLoop&)> body) override {
@@ -111,6 +169,9 @@ class X11Desktop final : public Desktop {
     X11EventTaps taps_;
     X11KeyboardLayouts layouts_;
     NoAccessibility accessibility_;
+    NoPasteboard pasteboard_;
+    X11Screens screens_;
+    NoSounds sounds_;
 };
 
 } // namespace

@@ -20,6 +20,7 @@ class X11EventTaps final : public EventTaps {
     void postEvent(Location location, const DesktopEvent& event) override;
     bool prepareToType(StringView text) override;
     bool keyState(std::uint16_t keyCode) const override;
+    std::optional<std::vector<EventTapInformation>> eventTapList() override { return std::nullopt; }
     bool isSecureEventInputEnabled() const override;
 
     /// The loop that reads the connection from now on; null when its thread ends.

@@ -1,0 +1,93 @@
+#include "input/scripted/ScriptedPasteboard.h"
+
+#include <algorithm>
+
+namespace dresk {
+
+namespace {
+
+class ReadContents final : public PasteboardContents {
+  public:
+    explicit ReadContents(ScriptedPasteboard& pasteboard) : types_(pasteboard.types()) {
+        for (const String& type : types_)
+            if (auto data = pasteboard.dataForType(type))
+                data_.emplace(type, std::move(*data));
+    }
+    bool isComplete() const override { return true; }
+    std::vector<String> types() const override { return types_; }
+    std::optional<std::string> dataForType(StringView type) const override {
+        const auto found = data_.find(type);
+        return found != data_.end() ? std::optional(found->second) : std::nullopt;
+    }
+
+  private:
+    std::vector<String> types_;
+    std::map<String, std::string, std::less<>> data_;
+};
+
+} // namespace
+
+// A copy: an owner is asked without the lock.
+ScriptedPasteboard::State ScriptedPasteboard::state() const {
+    const std::lock_guard lock(mutex_);
+    return state_;
+}
+
+std::int64_t ScriptedPasteboard::changeCount() {
+    const std::lock_guard lock(mutex_);
+    return changeCount_;
+}
+
+std::shared_ptr<const PasteboardContents> ScriptedPasteboard::contents() {
+    return std::make_shared<ReadContents>(*this);
+}
+
+std::int64_t ScriptedPasteboard::declareTypes(const std::vector<String>& types,
+                                              std::shared_ptr<PasteboardOwner> owner,
+                                              PasteboardOptions options) {
+    const std::lock_guard lock(mutex_);
+    state_ = {types, {}, std::move(owner)};
+    options_ = options;
+    return ++changeCount_;
+}
+
+std::vector<String> ScriptedPasteboard::types() {
+    return state().types;
+}
+
+std::optional<std::string> ScriptedPasteboard::dataForType(StringView type) {
+    const State state = this->state();
+    if (std::find(state.types.begin(), state.types.end(), type) == state.types.end())
+        return std::nullopt;
+    if (state.owner != nullptr)
+        return state.owner->provideDataForType(type);
+    const auto found = state.data.find(type);
+    return found != state.data.end() ? std::optional(found->second) : std::nullopt;
+}
+
+void ScriptedPasteboard::copy(Items items) {
+    State copied;
+    for (auto& [type, data] : items) {
+        copied.types.push_back(type);
+        copied.data.emplace(type, std::move(data));
+    }
+    const std::lock_guard lock(mutex_);
+    state_ = std::move(copied);
+    options_ = {};
+    ++changeCount_;
+}
+
+std::optional<std::string> ScriptedPasteboard::paste(StringView type) {
+    const auto owner = state().owner;
+    auto data = dataForType(type);
+    if (owner != nullptr && data.has_value())
+        owner->dataTaken(type);
+    return data;
+}
+
+PasteboardOptions ScriptedPasteboard::options() const {
+    const std::lock_guard lock(mutex_);
+    return options_;
+}
+
+} // namespace dresk

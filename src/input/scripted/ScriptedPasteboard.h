@@ -1,0 +1,46 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+
+#include "input/Pasteboard.h"
+
+namespace dresk {
+
+/// A pasteboard in memory. Its user copies into it and pastes from it; what is read in the
+/// background is there at once. Any thread.
+class ScriptedPasteboard final : public Pasteboard {
+  public:
+    using Items = std::vector<std::pair<String, std::string>>;
+
+    // Pasteboard
+    std::int64_t changeCount() override;
+    std::shared_ptr<const PasteboardContents> contents() override;
+    std::int64_t declareTypes(const std::vector<String>& types,
+                              std::shared_ptr<PasteboardOwner> owner,
+                              PasteboardOptions options) override;
+    std::vector<String> types() override;
+    std::optional<std::string> dataForType(StringView type) override;
+    void handOver() override {}
+
+    /// The user copies.
+    void copy(Items items);
+    /// The application in front takes the data of the type; null when there is none.
+    std::optional<std::string> paste(StringView type);
+    PasteboardOptions options() const;
+
+  private:
+    struct State {
+        std::vector<String> types;
+        std::map<String, std::string, std::less<>> data;
+        std::shared_ptr<PasteboardOwner> owner;
+    };
+    State state() const;
+
+    mutable std::mutex mutex_;
+    State state_;
+    PasteboardOptions options_;
+    std::int64_t changeCount_ = 0;
+};
+
+} // namespace dresk
