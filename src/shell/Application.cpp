@@ -26,6 +26,12 @@ int openSignalDescriptor() {
     return signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
 }
 
+SnippetEnvironment snippetEnvironment() {
+    SnippetEnvironment environment;
+    environment.richTextReader = pasteboardRichTextReader();
+    return environment;
+}
+
 } // namespace
 
 Application::Application(Desktop& desktop, const Files& files, int heartbeatDescriptor)
@@ -34,6 +40,7 @@ Application::Application(Desktop& desktop, const Files& files, int heartbeatDesc
       preferences_(files.preferences, &mainRunLoop_),
       dataManager_(preferences_, mainRunLoop_, {u"" DRESK_VERSION, files.defaultData, {}, {}}),
       macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
+      snippetParser_(snippetEnvironment()),
       autoText_(macInputService_, bundleIdentifierResolver_, mainRunLoop_) {
     if (signalDescriptor_ >= 0)
         mainRunLoop_.addDescriptor(signalDescriptor_, [this] { endOnSignals(); });
