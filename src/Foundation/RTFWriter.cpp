@@ -151,6 +151,7 @@ class RTFWriter {
         const TextParagraph& last = paragraphs[cell->last - 1];
         appendRange(text, {start, last.range.end() - start});
         body_ += "{" + format(*last.attributes) + "\\cell}";
+        atParagraphStart_ = true;
     }
 
     static long twips(double points) {
@@ -182,7 +183,10 @@ class RTFWriter {
     std::string format(const TextAttributes& attributes) {
         const bool isInTable =
             attributes.textBlock != nullptr && attributes.textBlock->table != nullptr;
-        std::string words = isInTable ? "\\pard\\intbl" : "\\pard";
+        // Within a paragraph some readers take it for the end of one. Groups restore what it
+        // resets.
+        std::string words = atParagraphStart_ ? "\\pard" : "";
+        words += isInTable ? "\\intbl" : "";
         if (attributes.headIndent != 0)
             words += "\\li" + std::to_string(twips(attributes.headIndent));
         if (attributes.firstLineHeadIndent != attributes.headIndent)
@@ -222,7 +226,7 @@ class RTFWriter {
         // Readers know the one or the other.
         words += colorWord("\\cb", attributes.backgroundColor);
         words += colorWord("\\chcbpat", attributes.backgroundColor);
-        return words + " ";
+        return words.empty() ? words : words + " ";
     }
 
     void appendRun(StringView text, const AttributedString::Attributes& attributes) {
@@ -247,6 +251,7 @@ class RTFWriter {
         body_ += escaped(text.substr(start), false) + "}";
         if (own.link.has_value())
             body_ += "}}";
+        atParagraphStart_ = text.ends_with(u'\n');
     }
 
     static bool isEmbeddable(const TextAttachment& attachment) {
@@ -319,6 +324,7 @@ class RTFWriter {
     /// The run that was written last, and where it begins.
     std::size_t run_ = 0;
     std::uint64_t runStart_ = 0;
+    bool atParagraphStart_ = true;
     std::vector<std::string> fonts_;
     std::vector<std::string> colors_;
     std::string body_;
