@@ -125,11 +125,9 @@ bool SelectionServer::answerData(const Serving& serving, xcb_window_t requestor,
     for (auto it = transfers_.begin(); it != transfers_.end();)
         it =
             it->requestor == requestor && it->property == property ? end(it, false) : std::next(it);
-    if (transfers_.size() >= MostTransfers)
-        return false;
     const SelectionOffer& offer = *serving.declaration->offer(target);
     auto data = serving.declaration->provide(offer);
-    if (!data.has_value())
+    if (!data.has_value() || !hasRoomFor(data->bytes.size()))
         return false;
     watch_.add(requestor);
     Transfer& transfer = transfers_.emplace_back();
@@ -209,6 +207,12 @@ std::optional<double> SelectionServer::nextDeadline() const {
     for (const Transfer& transfer : transfers_)
         next = std::min(next.value_or(transfer.deadline), transfer.deadline);
     return next;
+}
+
+bool SelectionServer::hasRoomFor(std::size_t size) const {
+    for (const Transfer& transfer : transfers_)
+        size += transfer.answer.bytes.size();
+    return transfers_.size() < MostTransfers && size <= LargestTransfers;
 }
 
 // Some toolkits ask for data on a second connection, which has the process in common.

@@ -29,6 +29,8 @@ class SelectionServer {
   public:
     /// Longer data goes in pieces of this size.
     static constexpr std::size_t LongestPiece = std::size_t{256} << 10;
+    /// Of all transfers under way together. Who asks beyond it gets nothing.
+    static constexpr std::size_t LargestTransfers = std::size_t{512} << 20;
     /// A transfer whose requestor takes no piece for so long is given up.
     static constexpr double Patience = 10;
     /// Data that lies in the requestor's property for so long counts as taken, though the requestor
@@ -79,6 +81,7 @@ class SelectionServer {
              const void* data, std::size_t size) const;
     void sendPiece(Transfer& transfer);
     Transfers::iterator end(Transfers::iterator transfer, bool isTaken);
+    bool hasRoomFor(std::size_t size) const;
     bool hasFocus(xcb_window_t requestor) const;
 
     const XConnection& connection_;

@@ -132,6 +132,8 @@ std::shared_ptr<const PasteboardContents> X11Pasteboard::contents() {
     contents_ = contents;
     contentsCount_ = changeCount_;
     contentsBegun_ = now;
+    if (source_.state == Source::State::Silent && !source_.hasNoList)
+        askTargets();
     switch (source_.state) {
     case Source::State::Nobody:
         contents->setTargets({});
@@ -166,7 +168,8 @@ std::int64_t X11Pasteboard::declareTypes(const std::vector<String>& types,
     Lock lock(mutex_);
     roundTrip();
     for (const SelectionOffer& offer : declaration->offers)
-        if (const auto form = forms_.find(offer.target); form != forms_.end())
+        if (const auto form = forms_.find(offer.target);
+            form != forms_.end() && offer.type == fromLatin1(offer.target))
             declaration->forms.insert(*form);
     const bool isEmpty = declaration->offers.empty();
     const Declaration announced = isEmpty ? nullptr : std::move(declaration);
@@ -287,8 +290,7 @@ void X11Pasteboard::noteClipboardOwner(xcb_window_t owner) {
         source_.state = Source::State::Own;
         declaredCount_ = changeCount_;
     } else if (owner != XCB_WINDOW_NONE) {
-        source_.state = Source::State::Asked;
-        source_.chase = chase(clipboard_.atom, owner);
+        askTargets();
     }
     // Who waits for what the owner before had gets what there is now.
     std::erase_if(waiting_, [&](Waiting& waiting) {
@@ -304,6 +306,11 @@ void X11Pasteboard::noteClipboardOwner(xcb_window_t owner) {
     changed_.notify_all();
 }
 
+void X11Pasteboard::askTargets() {
+    source_.state = Source::State::Asked;
+    source_.chase = chase(clipboard_.atom, source_.owner);
+}
+
 std::uint64_t X11Pasteboard::chase(xcb_atom_t selection, xcb_window_t owner) {
     const std::uint64_t chase = ++lastChase_;
     const auto answer = std::make_shared<SelectionContents>();
@@ -312,7 +319,7 @@ std::uint64_t X11Pasteboard::chase(xcb_atom_t selection, xcb_window_t owner) {
                    {TargetsTarget},
                    answer,
                    [this, chase, answer] { targetsCame(chase, *answer); },
-                   SelectionReader::LongestReading,
+                   SelectionReader::Patience,
                    {}});
     return chase;
 }
@@ -394,8 +401,10 @@ std::vector<std::string> X11Pasteboard::availableTargets() const {
 std::shared_ptr<SelectionContents> X11Pasteboard::ask(const std::string& target) {
     auto& contents = asked_[target];
     const bool isOwn = source_.state == Source::State::Own;
-    if (contents != nullptr && !isOwn &&
-        !(contents->hasGivenUp() && steadySeconds() >= silentUntil_))
+    // What is our own may be different each time; what was given up may come now.
+    const bool isStale = contents != nullptr && contents->isComplete() &&
+                         (isOwn || (contents->hasGivenUp() && steadySeconds() >= silentUntil_));
+    if (contents != nullptr && !isStale)
         return contents;
     contents = std::make_shared<SelectionContents>();
     if (isOwn)
@@ -519,6 +528,7 @@ void X11Pasteboard::targetsCame(std::uint64_t chase, const SelectionContents& an
     const Lock lock(mutex_);
     if (source_.state == Source::State::Asked && source_.chase == chase) {
         source_.state = areTold ? Source::State::Told : Source::State::Silent;
+        source_.hasNoList = !answer.hasGivenUp();
         source_.targets = targets;
     }
     std::erase_if(waiting_, [&](const Waiting& waiting) {

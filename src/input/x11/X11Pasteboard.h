@@ -17,8 +17,8 @@ namespace dresk {
 /// comes back is the clipboard thread's. No call waits for another program longer than its bound.
 class X11Pasteboard final : public Pasteboard {
   public:
-    /// dataForType and types wait so long for the owner, and ask one that did not answer again only
-    /// after a second.
+    /// dataForType and types wait so long for the owner, in seconds, and ask one that did not
+    /// answer again only after a second.
     static constexpr double AnswerSeconds = 0.1;
     /// How long a declaration waits for an owner that has not told its targets yet while its
     /// content is being read. Behind that the usual targets are asked for unseen.
@@ -58,6 +58,8 @@ class X11Pasteboard final : public Pasteboard {
         std::uint64_t chase = 0;
         /// For Silent the usual ones.
         std::vector<std::string> targets;
+        /// Silent because it has no such list, not because it was slow.
+        bool hasNoList = false;
     };
     /// Contents that wait for the owner's targets.
     struct Waiting {
@@ -74,6 +76,7 @@ class X11Pasteboard final : public Pasteboard {
     void ingest();
     void noteOwner(const xcb_xfixes_selection_notify_event_t& event);
     void noteClipboardOwner(xcb_window_t owner);
+    void askTargets();
     std::uint64_t chase(xcb_atom_t selection, xcb_window_t owner);
     void read(const Waiting& waiting, const std::vector<std::string>& targets, bool areToldByOwner);
     bool awaitTargets(Lock& lock, double deadline);

@@ -19,7 +19,7 @@ template <class T>
 using XPointer = std::unique_ptr<T, FreeDeleter>;
 
 /// One connection to the X server with the extensions that the back end needs. Any thread, as far
-/// as xcb itself goes; events are read by the tap thread alone.
+/// as xcb itself goes; events are read by whoever opened it.
 class XConnection {
   public:
     /// Null when the server cannot be reached or lacks an extension; `error` then says why, in one

@@ -299,6 +299,66 @@ TEST_F(Peers, ThePrimarySelectionIsBorrowedAndGivenBack) {
     EXPECT_EQ(reader.owner("PRIMARY"), owner.window());
 }
 
+/// Takes its time over the data.
+class SlowOwner final : public PasteboardOwner {
+  public:
+    std::optional<std::string> provideDataForType(StringView /*type*/) override {
+        isAsked = true;
+        while (!mayEnd)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return "slow";
+    }
+    void dataTaken(StringView /*type*/) override {}
+
+    std::atomic<bool> isAsked{false};
+    std::atomic<bool> mayEnd{false};
+};
+
+TEST_F(Peers, ASlowConversionHoldsUpNobody) {
+    SelectionPeer peer;
+    const auto slow = std::make_shared<SlowOwner>();
+    pasteboard().declareTypes({Text}, slow, {});
+    peer.ask("CLIPBOARD", "UTF8_STRING");
+    ASSERT_TRUE(awaitThat([&] { return slow->isAsked.load(); }));
+    const double begin = steadySeconds();
+    EXPECT_EQ(pasteboard().dataForType(Text), std::nullopt);
+    const auto contents = pasteboard().contents();
+    EXPECT_FALSE(contents->isComplete());
+    promise({Text}, "next");
+    EXPECT_LT(steadySeconds() - begin, 0.3);
+    slow->mayEnd = true;
+    // Who asked before the declaration gets what stood there then.
+    EXPECT_TRUE(peer.awaitAnswer("UTF8_STRING").value_or(false));
+    EXPECT_EQ(peer.take("UTF8_STRING")->bytes, "slow");
+    EXPECT_TRUE(awaitThat([&] { return contents->isComplete(); }));
+    EXPECT_EQ(contents->dataForType(Text), "slow");
+    EXPECT_EQ(peer.fetch("CLIPBOARD", "UTF8_STRING")->bytes, "next");
+}
+
+TEST_F(Peers, AllCallsFromManyThreads) {
+    const auto other = openPasteboard();
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number)
+        threads.emplace_back([&, number] {
+            Pasteboard& mine = number % 2 == 0 ? pasteboard() : *other;
+            for (int i = 0; i < 60; ++i) {
+                const std::int64_t before = mine.changeCount();
+                const auto contents = mine.contents();
+                const auto owner = std::make_shared<AnyOwner>("text");
+                const PasteboardOptions options{.concealed = true, .primaryToo = i % 3 == 0};
+                EXPECT_GT(mine.declareTypes({Text}, owner, options), before);
+                mine.types();
+                mine.dataForType(Text);
+                contents->dataForType(Text);
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    promise({Text}, "last");
+    SelectionPeer peer;
+    EXPECT_EQ(peer.fetch("CLIPBOARD", "UTF8_STRING")->bytes, "last");
+}
+
 /// What a client has in the server, windows and all.
 std::size_t resourcesOf(const SelectionPeer& peer, xcb_window_t window) {
     xcb_res_query_client_resources_reply_t* reply = xcb_res_query_client_resources_reply(
