@@ -171,6 +171,36 @@ TEST_F(Peers, AnOwnerThatVanishesIsGivenUpAtOnce) {
     EXPECT_TRUE(pasteboard().types().empty());
 }
 
+TEST_F(Peers, ASilentOwnerIsAskedOnce) {
+    const auto peer = makeOwner({"UTF8_STRING"});
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(pasteboard().dataForType(Text), std::nullopt);
+    const auto request = peer->awaitRequest();
+    ASSERT_TRUE(request.has_value());
+    EXPECT_FALSE(peer->awaitRequest(0.05).has_value());
+    // Its answer counts, however late.
+    peer->answer(*request, "UTF8_STRING", 8, "late");
+    EXPECT_TRUE(awaitThat([&] { return pasteboard().dataForType(Text) == "late"; }));
+    EXPECT_FALSE(peer->awaitRequest(0.05).has_value());
+}
+
+TEST_F(Peers, AnOwnerLateWithItsTargetsIsAskedForTheUsual) {
+    SelectionPeer peer;
+    peer.own("CLIPBOARD");
+    const auto contents = pasteboard().contents();
+    ASSERT_TRUE(peer.awaitRequestFor("TARGETS").has_value());
+    promise({Text}, "expansion");
+    while (const auto request = peer.awaitRequest(0.2)) {
+        if (request->target == "STRING")
+            peer.answer(*request, "STRING", 8, "\xFC");
+        else
+            peer.notify(*request, false);
+    }
+    ASSERT_TRUE(awaitThat([&] { return contents->isComplete(); }));
+    EXPECT_EQ(contents->types(), std::vector<String>{u"STRING"});
+    EXPECT_EQ(contents->dataForType(Text), "\xC3\xBC");
+}
+
 TEST_F(Peers, AnAnswerKeepsItsTypeAndFormat) {
     auto peer = makeOwner({"TEXT", "LENGTH", "PIXMAP", "x/wide", "x/refused"});
     const auto contents = pasteboard().contents();
@@ -253,7 +283,7 @@ TEST_F(Peers, AnyAnswerIsSurvived) {
     SelectionPeer reader;
     promise({Text}, "still here");
     EXPECT_EQ(reader.fetch("CLIPBOARD", "UTF8_STRING")->bytes, "still here");
-    EXPECT_EQ(pasteboard().dataForType(Text), "still here");
+    EXPECT_TRUE(awaitThat([&] { return pasteboard().dataForType(Text) == "still here"; }));
 }
 
 TEST_F(Peers, ThePrimarySelectionIsBorrowedAndGivenBack) {
@@ -325,7 +355,7 @@ TEST_F(Peers, ASlowConversionHoldsUpNobody) {
     const auto contents = pasteboard().contents();
     EXPECT_FALSE(contents->isComplete());
     promise({Text}, "next");
-    EXPECT_LT(steadySeconds() - begin, 0.3);
+    EXPECT_LT(steadySeconds() - begin, 1);
     slow->mayEnd = true;
     // Who asked before the declaration gets what stood there then.
     EXPECT_TRUE(peer.awaitAnswer("UTF8_STRING").value_or(false));
