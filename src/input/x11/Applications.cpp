@@ -7,8 +7,6 @@
 
 #include <unistd.h>
 
-#include <xcb/res.h>
-
 namespace dresk {
 
 namespace {
@@ -72,10 +70,7 @@ Applications::Applications(const XConnection& connection)
     : connection_(connection), state_(connection.atom("WM_STATE")),
       processId_(connection.atom("_NET_WM_PID")),
       applicationId_(connection.atom("_GTK_APPLICATION_ID")),
-      activeWindow_(connection.atom("_NET_ACTIVE_WINDOW")), utf8_(connection.atom("UTF8_STRING")) {
-    const auto* resource = xcb_get_extension_data(connection_.get(), &xcb_res_id);
-    hasResourceExtension_ = resource != nullptr && resource->present != 0;
-}
+      activeWindow_(connection.atom("_NET_ACTIVE_WINDOW")), utf8_(connection.atom("UTF8_STRING")) {}
 
 void Applications::setFocusWindow(xcb_window_t window) {
     if (window == XCB_WINDOW_NONE) {
@@ -106,17 +101,8 @@ xcb_window_t Applications::topLevelWindow(xcb_window_t window) const {
 }
 
 std::uint32_t Applications::processOfWindow(xcb_window_t window, xcb_window_t topLevel) const {
-    if (hasResourceExtension_) {
-        const xcb_res_client_id_spec_t client{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-        const XPointer<xcb_res_query_client_ids_reply_t> reply(xcb_res_query_client_ids_reply(
-            connection_.get(), xcb_res_query_client_ids(connection_.get(), 1, &client), nullptr));
-        if (reply != nullptr)
-            for (auto it = xcb_res_query_client_ids_ids_iterator(reply.get()); it.rem > 0;
-                 xcb_res_client_id_value_next(&it))
-                if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
-                    xcb_res_client_id_value_value_length(it.data) > 0)
-                    return *xcb_res_client_id_value_value(it.data);
-    }
+    if (const std::uint32_t process = connection_.clientProcess(window))
+        return process;
     const auto process = connection_.property32(topLevel, processId_, XCB_ATOM_CARDINAL);
     return process.empty() ? 0 : process.front();
 }

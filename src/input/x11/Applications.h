@@ -55,7 +55,6 @@ class Applications final : public Processes {
     xcb_atom_t applicationId_;
     xcb_atom_t activeWindow_;
     xcb_atom_t utf8_;
-    bool hasResourceExtension_;
     std::atomic<std::uint32_t> frontProcess_{0};
     std::mutex mutex_;
     std::unordered_map<std::uint32_t, Application> applications_;

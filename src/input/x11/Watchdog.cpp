@@ -1,10 +1,10 @@
 #include "input/x11/Watchdog.h"
 
 #include <chrono>
-#include <csignal>
 #include <utility>
 
 #include "Foundation/RunLoop.h"
+#include "input/x11/QuietThread.h"
 
 namespace dresk {
 
@@ -16,14 +16,8 @@ constexpr int QuietChecksBeforeSleep = 20;
 
 } // namespace
 
-// Signals belong to the thread that waits for them, so this one takes none.
 Watchdog::Watchdog(std::function<void()> onStall) : onStall_(std::move(onStall)) {
-    sigset_t all;
-    sigset_t previous;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, &previous);
-    thread_ = std::thread([this] { run(); });
-    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    thread_ = startQuietThread([this] { run(); });
 }
 
 Watchdog::~Watchdog() {

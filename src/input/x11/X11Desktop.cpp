@@ -3,6 +3,7 @@
 #include "Foundation/Log.h"
 #include "input/x11/Applications.h"
 #include "input/x11/X11EventTaps.h"
+#include "input/x11/X11Pasteboard.h"
 
 namespace dresk {
 
@@ -50,32 +51,6 @@ class X11KeyboardLayouts final : public KeyboardLayouts {
 class NoAccessibility final : public Accessibility {
   public:
     AXElement applicationElement(ProcessSerialNumber /*process*/) override { return nullptr; }
-};
-
-/// A pasteboard that nobody else sees.
-class NoPasteboard final : public Pasteboard {
-  public:
-    std::int64_t changeCount() override { return 0; }
-    std::shared_ptr<const PasteboardContents> contents() override { return contents_; }
-    std::int64_t declareTypes(const std::vector<String>& /*types*/,
-                              std::shared_ptr<PasteboardOwner> /*owner*/,
-                              PasteboardOptions /*options*/) override {
-        return 0;
-    }
-    std::vector<String> types() override { return {}; }
-    std::optional<std::string> dataForType(StringView /*type*/) override { return std::nullopt; }
-    void handOver() override {}
-
-  private:
-    class Empty final : public PasteboardContents {
-      public:
-        bool isComplete() const override { return true; }
-        std::vector<String> types() const override { return {}; }
-        std::optional<std::string> dataForType(StringView /*type*/) const override {
-            return std::nullopt;
-        }
-    };
-    std::shared_ptr<Empty> contents_ = std::make_shared<Empty>();
 };
 
 class NoSounds final : public Sounds {
@@ -138,9 +113,9 @@ class X11TapThread final : public TapThread {
 
 class X11Desktop final : public Desktop {
   public:
-    explicit X11Desktop(std::unique_ptr<XConnection> connection)
+    X11Desktop(std::unique_ptr<XConnection> connection, std::unique_ptr<X11Pasteboard> pasteboard)
         : connection_(std::move(connection)), applications_(*connection_), taps_(*connection_),
-          layouts_(taps_), screens_(*connection_) {
+          layouts_(taps_), pasteboard_(std::move(pasteboard)), screens_(*connection_) {
         taps_.setFocusChangedHandler(
             [this](xcb_window_t window) { applications_.setFocusWindow(window); });
     }
@@ -150,7 +125,7 @@ class X11Desktop final : public Desktop {
     Processes& processes() override { return applications_; }
     Accessibility& accessibility() override { return accessibility_; }
 
-    Pasteboard& pasteboard() override { return pasteboard_; }
+    Pasteboard& pasteboard() override { return *pasteboard_; }
     Screens& screens() override { return screens_; }
     Sounds& sounds() override { return sounds_; }
     std::unique_ptr<EventHotKey> registerEventHotKey(std::uint16_t /*keyCode*/,
@@ -169,7 +144,7 @@ class X11Desktop final : public Desktop {
     X11EventTaps taps_;
     X11KeyboardLayouts layouts_;
     NoAccessibility accessibility_;
-    NoPasteboard pasteboard_;
+    std::unique_ptr<X11Pasteboard> pasteboard_;
     X11Screens screens_;
     NoSounds sounds_;
 };
@@ -180,7 +155,10 @@ std::unique_ptr<Desktop> makeX11Desktop(const char* displayName, std::string& er
     auto connection = XConnection::open(displayName, error);
     if (connection == nullptr)
         return nullptr;
-    return std::make_unique<X11Desktop>(std::move(connection));
+    auto pasteboard = X11Pasteboard::open(displayName, error);
+    if (pasteboard == nullptr)
+        return nullptr;
+    return std::make_unique<X11Desktop>(std::move(connection), std::move(pasteboard));
 }
 
 } // namespace dresk

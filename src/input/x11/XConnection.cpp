@@ -4,6 +4,7 @@
 
 #include "input/x11/XkbHeader.h"
 
+#include <xcb/res.h>
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
@@ -65,6 +66,7 @@ bool XConnection::initExtensions(std::string& error) {
         error = "The X server has no XTEST extension";
         return false;
     }
+    hasResourceExtension_ = present(&xcb_res_id) != nullptr;
     inputOpcode_ = input->major_opcode;
     xkbFirstEvent_ = xkb->first_event;
     return true;
@@ -126,6 +128,23 @@ xcb_window_t XConnection::parent(xcb_window_t window) const {
     const XPointer<xcb_query_tree_reply_t> reply(
         xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
     return reply != nullptr ? reply->parent : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
+}
+
+std::uint32_t XConnection::clientProcess(xcb_window_t window) const {
+    if (!hasResourceExtension_)
+        return 0;
+    const xcb_res_client_id_spec_t client{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    const XPointer<xcb_res_query_client_ids_reply_t> reply(xcb_res_query_client_ids_reply(
+        connection_, xcb_res_query_client_ids(connection_, 1, &client), nullptr));
+    if (reply == nullptr)
+        return 0;
+    for (auto it = xcb_res_query_client_ids_ids_iterator(reply.get()); it.rem > 0;
+         xcb_res_client_id_value_next(&it)) {
+        const auto& [identity, length] = *it.data;
+        if ((identity.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 && length > 0)
+            return *xcb_res_client_id_value_value(it.data);
+    }
+    return 0;
 }
 
 } // namespace dresk

@@ -19,7 +19,7 @@ template <class T>
 using XPointer = std::unique_ptr<T, FreeDeleter>;
 
 /// One connection to the X server with the extensions that the back end needs. Any thread, as far
-/// as xcb itself goes; events are read by the tap thread alone.
+/// as xcb itself goes; events are read by whoever opened it.
 class XConnection {
   public:
     /// Null when the server cannot be reached or lacks an extension; `error` then says why, in one
@@ -51,6 +51,8 @@ class XConnection {
                                           xcb_atom_t type) const;
     /// Parent of a window; 0 for the root and for a window that has gone.
     xcb_window_t parent(xcb_window_t window) const;
+    /// Process of the client that made the window; 0 when the server does not tell.
+    std::uint32_t clientProcess(xcb_window_t window) const;
 
   private:
     XConnection(xcb_connection_t* connection, xcb_screen_t* screen)
@@ -60,6 +62,7 @@ class XConnection {
 
     xcb_connection_t* connection_;
     xcb_screen_t* screen_;
+    bool hasResourceExtension_ = false;
     std::uint8_t inputOpcode_ = 0;
     std::uint8_t xkbFirstEvent_ = 0;
     std::uint16_t masterKeyboard_ = 0;
