@@ -55,6 +55,7 @@ class NoAccessibility final : public Accessibility {
 /// A pasteboard that nobody else sees.
 class NoPasteboard final : public Pasteboard {
   public:
+    bool isAvailable() const override { return false; }
     std::int64_t changeCount() override { return 0; }
     std::shared_ptr<const PasteboardContents> contents() override { return contents_; }
     std::int64_t declareTypes(const std::vector<String>& /*types*/,
