@@ -46,4 +46,11 @@ std::optional<AttributedString> richTextFromPasteboardData(StringView type,
     return std::nullopt;
 }
 
+SnippetEnvironment snippetEnvironmentWithPasteboard(Pasteboard& pasteboard) {
+    SnippetEnvironment environment;
+    environment.pasteboard = std::make_shared<SystemPasteboard>(pasteboard);
+    environment.richTextReader = &richTextFromPasteboardData;
+    return environment;
+}
+
 } // namespace dresk

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "input/Pasteboard.h"
+#include "language/SnippetEnvironment.h"
 
 namespace dresk {
 
@@ -23,5 +24,9 @@ class SystemPasteboard final : public GeneralPasteboard {
 /// Reads RTFD and RTF; null for other types.
 std::optional<AttributedString> richTextFromPasteboardData(StringView type,
                                                            const std::string& data);
+
+/// What snippets see on a desktop: its clipboard, as plain and as rich text. `pasteboard` outlives
+/// every expansion.
+SnippetEnvironment snippetEnvironmentWithPasteboard(Pasteboard& pasteboard);
 
 } // namespace dresk
