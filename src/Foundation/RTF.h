@@ -13,9 +13,10 @@ std::optional<AttributedString> attributedStringWithRTF(std::string_view bytes,
 /// Reads flat RTFD, and RTF alone. Null for anything else.
 std::optional<AttributedString> attributedStringWithRTFD(std::string_view bytes);
 
-/// Writes RTF. Fonts, colours, bold, italic, underline, alignment and links survive; attachments
-/// leave their place only.
-std::string RTFFromAttributedString(const AttributedString& text);
+/// Writes RTF, with `title` as the document's. Fonts, colours, styles, alignment, indents, links
+/// and tables survive, and pictures in PNG and JPEG; other attachments leave their place only.
+std::string RTFFromAttributedString(const AttributedString& text,
+                                    const std::optional<String>& title = std::nullopt);
 
 /// Writes flat RTFD, attachments included.
 std::string RTFDFromAttributedString(const AttributedString& text);

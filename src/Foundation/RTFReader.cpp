@@ -11,40 +11,14 @@ namespace {
 
 constexpr std::size_t MaximumDepth = 2000;
 
-constexpr std::array<std::string_view, 34> SkippedDestinations{"stylesheet",
-                                                               "info",
-                                                               "header",
-                                                               "headerl",
-                                                               "headerr",
-                                                               "headerf",
-                                                               "footer",
-                                                               "footerl",
-                                                               "footerr",
-                                                               "footerf",
-                                                               "pict",
-                                                               "object",
-                                                               "themedata",
-                                                               "listtable",
-                                                               "listoverridetable",
-                                                               "filetbl",
-                                                               "revtbl",
-                                                               "generator",
-                                                               "xmlnstbl",
-                                                               "datastore",
-                                                               "nonshppict",
-                                                               "footnote",
-                                                               "annotation",
-                                                               "bkmkstart",
-                                                               "bkmkend",
-                                                               "colorschememapping",
-                                                               "latentstyles",
-                                                               "rsidtbl",
-                                                               "pgdsctbl",
-                                                               "NeXTGraphicInfo",
-                                                               "fldtype",
-                                                               "pntext",
-                                                               "listtext",
-                                                               "expandedcolortbl"};
+constexpr std::array<std::string_view, 33> SkippedDestinations{
+    "stylesheet",       "info",       "header",    "headerl",           "headerr",
+    "headerf",          "footer",     "footerl",   "footerr",           "footerf",
+    "object",           "themedata",  "listtable", "listoverridetable", "filetbl",
+    "revtbl",           "generator",  "xmlnstbl",  "datastore",         "nonshppict",
+    "footnote",         "annotation", "bkmkstart", "bkmkend",           "colorschememapping",
+    "latentstyles",     "rsidtbl",    "pgdsctbl",  "NeXTGraphicInfo",   "fldtype",
+    "expandedcolortbl", "pntext",     "listtext"};
 
 struct NamedCharacter {
     std::string_view word;
@@ -96,23 +70,15 @@ bool isLetter(char c) {
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
-int hexValue(char c) {
+
+} // namespace
+
+int RTFReader::hexValue(char c) {
     if (isDigit(c))
         return c - '0';
     const char lower = static_cast<char>(c | 0x20);
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
-
-String trimmed(StringView text) {
-    const auto isSpace = [](char16_t c) { return c == u' ' || c == u'\n' || c == u'\t'; };
-    while (!text.empty() && isSpace(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && isSpace(text.back()))
-        text.remove_suffix(1);
-    return String(text);
-}
-
-} // namespace
 
 AttributedString RTFReader::read() {
     while (position_ < bytes_.size()) {
@@ -161,6 +127,8 @@ void RTFReader::closeGroup() {
         endInstruction();
     else if (closed.destination == Destination::Graphic)
         attachmentFollows_ = true;
+    else if (closed.destination == Destination::Picture)
+        endPicture();
 }
 
 void RTFReader::readControl() {
@@ -249,6 +217,8 @@ void RTFReader::apply(const ControlWord& word) {
     }
     if (word.name == "bin") {
         const auto length = static_cast<std::size_t>(std::max(0, word.number));
+        if (state().destination == Destination::Picture)
+            picture_.append(bytes_.substr(position_, length));
         position_ = std::min(bytes_.size(), position_ + length);
         return;
     }
@@ -284,6 +254,12 @@ bool RTFReader::applyDestination(const ControlWord& word) {
     } else if (word.name == "NeXTGraphic") {
         destination = Destination::Graphic;
         graphicName_.clear();
+    } else if (word.name == "pict") {
+        destination = Destination::Picture;
+        picture_.clear();
+        pictureDigit_ = -1;
+    } else if (word.name == "shppict") {
+        return true; // holds the picture that is meant for readers who know this word
     } else if (std::find(SkippedDestinations.begin(), SkippedDestinations.end(), word.name) !=
                SkippedDestinations.end()) {
         destination = Destination::Skipped;
@@ -350,8 +326,14 @@ bool RTFReader::applyDocument(const ControlWord& word) {
 }
 
 bool RTFReader::applyParagraphFormat(const ControlWord& word) {
-    if (word.name == "pard")
+    constexpr int LargestIndent = 30'000;
+    if (word.name == "pard") {
         state().alignment.reset();
+        state().indent = state().firstLineIndent = 0;
+    } else if (word.name == "li")
+        state().indent = std::clamp(word.number, -LargestIndent, LargestIndent);
+    else if (word.name == "fi")
+        state().firstLineIndent = std::clamp(word.number, -LargestIndent, LargestIndent);
     else if (word.name == "ql")
         state().alignment = TextAlignment::Left;
     else if (word.name == "qr")
@@ -365,14 +347,10 @@ bool RTFReader::applyParagraphFormat(const ControlWord& word) {
     return true;
 }
 
-void RTFReader::applyFormat(const ControlWord& word) {
+bool RTFReader::applyStyle(const ControlWord& word) {
     const bool on = !word.hasNumber || word.number != 0;
     State& current = state();
-    if (word.name == "f") {
-        current.font = word.number;
-    } else if (word.name == "fs") {
-        current.halfPoints = std::clamp(word.number, 1, 10000);
-    } else if (word.name == "b") {
+    if (word.name == "b") {
         current.bold = on;
     } else if (word.name == "i") {
         current.italic = on;
@@ -382,157 +360,41 @@ void RTFReader::applyFormat(const ControlWord& word) {
         current.underline = on ? 9 : 0;
     } else if (word.name == "ulnone") {
         current.underline = 0;
+    } else if (word.name == "strike") {
+        current.strikethrough = on ? 1 : 0;
+    } else if (word.name == "striked") {
+        current.strikethrough = on ? 9 : 0;
+    } else if (word.name == "super") {
+        current.superscript = on ? 1 : 0;
+    } else if (word.name == "sub") {
+        current.superscript = on ? -1 : 0;
+    } else if (word.name == "nosupersub") {
+        current.superscript = 0;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void RTFReader::applyFormat(const ControlWord& word) {
+    State& current = state();
+    if (applyStyle(word))
+        return;
+    if (word.name == "f") {
+        current.font = word.number;
+    } else if (word.name == "fs") {
+        current.halfPoints = std::clamp(word.number, 1, 10000);
     } else if (word.name == "cf") {
         current.foreground = word.number;
     } else if (word.name == "cb" || word.name == "highlight" || word.name == "chcbpat") {
         current.background = word.number;
     } else if (word.name == "plain") {
         current.bold = current.italic = false;
-        current.underline = 0;
+        current.underline = current.strikethrough = current.superscript = 0;
         current.foreground = current.background = 0;
         current.font = defaultFont_;
         current.halfPoints = 24;
     }
-}
-
-void RTFReader::byte(char c) {
-    if (skip_ > 0) {
-        --skip_;
-        return;
-    }
-    if (attachmentFollows_ && state().destination == Destination::Text) {
-        emitAttachment(); // one raw byte stands for it, in any code page
-        return;
-    }
-    if (state().destination != Destination::Skipped)
-        pendingBytes_.push_back(c);
-}
-
-void RTFReader::unit(char16_t c) {
-    flushBytes();
-    if (attachmentFollows_ && c == AttachmentCharacter)
-        emitAttachment();
-    else
-        emit(StringView(&c, 1));
-}
-
-void RTFReader::flushBytes() {
-    if (pendingBytes_.empty())
-        return;
-    const String text = decoder_.decode(pendingBytes_, codePage());
-    pendingBytes_.clear();
-    emit(text);
-}
-
-unsigned RTFReader::codePage() const {
-    const int number = groups_.back().font >= 0 ? groups_.back().font : defaultFont_;
-    const auto font = fonts_.find(number);
-    return font != fonts_.end() && font->second.codePage != 0 ? font->second.codePage
-                                                              : documentCodePage_;
-}
-
-void RTFReader::emit(StringView text) {
-    switch (state().destination) {
-    case Destination::Skipped:
-        return;
-    case Destination::FontTable:
-    case Destination::ColorTable:
-        tableText(text);
-        return;
-    case Destination::Instruction:
-        instruction_.append(text);
-        return;
-    case Destination::Graphic:
-        graphicName_.append(text);
-        return;
-    case Destination::Text:
-        break;
-    }
-    text_.append(text);
-    const AttributedString::Attributes current = attributes();
-    if (!runs_.empty() && runs_.back().attributes == current)
-        runs_.back().length += text.size();
-    else
-        runs_.push_back({text.size(), current});
-}
-
-void RTFReader::tableText(StringView text) {
-    for (const char16_t c : text) {
-        if (state().destination == Destination::ColorTable) {
-            if (c == u';') {
-                colors_.push_back(color_);
-                color_.reset();
-            }
-        } else if (c != u';') {
-            fonts_[state().font].name.push_back(c);
-        }
-    }
-}
-
-void RTFReader::emitAttachment() {
-    attachmentFollows_ = false;
-    if (graphicName_.ends_with(u' '))
-        graphicName_.pop_back(); // stands between the name and the next word
-    const FileWrapper* file = files_ != nullptr ? files_->child(graphicName_) : nullptr;
-    emit(StringView(&AttachmentCharacter, 1));
-    if (file == nullptr)
-        return;
-    auto result = std::make_shared<TextAttributes>();
-    fillAttributes(*result);
-    auto attachment = std::make_shared<TextAttachment>();
-    attachment->preferredFilename = file->preferredFilename;
-    attachment->contents = file->contents;
-    result->attachment = std::move(attachment);
-    if (--runs_.back().length == 0)
-        runs_.pop_back();
-    runs_.push_back({1, std::move(result)});
-}
-
-// The address is the first word behind the field's name, in quotes or not.
-void RTFReader::endInstruction() {
-    const String instruction = trimmed(instruction_);
-    constexpr StringView Hyperlink = u"HYPERLINK";
-    if (!StringView(instruction).starts_with(Hyperlink) || state().fieldGroup == 0 ||
-        state().fieldGroup >= groups_.size())
-        return;
-    String address = trimmed(StringView(instruction).substr(Hyperlink.size()));
-    if (address.starts_with(u'"'))
-        address = address.substr(1, address.find(u'"', 1) - 1);
-    else
-        address = address.substr(0, address.find(u' '));
-    links_.push_back(std::move(address));
-    groups_[state().fieldGroup].link = links_.size() - 1;
-}
-
-AttributedString::Attributes RTFReader::attributes() {
-    AttributedString::Attributes& known = knownAttributes_[state()];
-    if (known == nullptr) {
-        auto result = std::make_shared<TextAttributes>();
-        fillAttributes(*result);
-        known = std::move(result);
-    }
-    return known;
-}
-
-void RTFReader::fillAttributes(TextAttributes& result) const {
-    const State& current = groups_.back();
-    const auto font = fonts_.find(current.font >= 0 ? current.font : defaultFont_);
-    TextFont& written = result.font.emplace();
-    written.name = font != fonts_.end() ? trimmed(font->second.name) : String(u"Helvetica");
-    written.size = current.halfPoints / 2.0;
-    written.bold = current.bold;
-    written.italic = current.italic;
-    const auto color = [&](int index) -> std::optional<TextColor> {
-        if (index < 1 || static_cast<std::size_t>(index) >= colors_.size())
-            return std::nullopt;
-        return colors_[static_cast<std::size_t>(index)];
-    };
-    result.foregroundColor = color(current.foreground);
-    result.backgroundColor = color(current.background);
-    result.alignment = current.alignment;
-    result.underlineStyle = current.underline;
-    if (current.link != 0)
-        result.link = links_[current.link];
 }
 
 std::optional<AttributedString> attributedStringWithRTF(std::string_view bytes,

@@ -17,7 +17,7 @@ class RTFReader {
     AttributedString read();
 
   private:
-    enum class Destination { Text, Skipped, FontTable, ColorTable, Instruction, Graphic };
+    enum class Destination { Text, Skipped, FontTable, ColorTable, Instruction, Graphic, Picture };
 
     struct Font {
         String name;
@@ -31,9 +31,14 @@ class RTFReader {
         bool bold = false;
         bool italic = false;
         std::int64_t underline = 0;
+        std::int64_t strikethrough = 0;
+        std::int64_t superscript = 0;
         int foreground = 0;
         int background = 0;
         std::optional<TextAlignment> alignment;
+        /// Twips; the first line's counts from the other.
+        int indent = 0;
+        int firstLineIndent = 0;
         int fallbackLength = 1;
         /// Index into `links_`, 0 for none.
         std::size_t link = 0;
@@ -60,14 +65,19 @@ class RTFReader {
     bool applyTable(const ControlWord& word);
     bool applyDocument(const ControlWord& word);
     void applyFormat(const ControlWord& word);
+    bool applyStyle(const ControlWord& word);
     bool applyParagraphFormat(const ControlWord& word);
 
+    /// Of a hexadecimal digit, negative for any other character.
+    static int hexValue(char c);
     void byte(char c);
     void unit(char16_t c);
     void flushBytes();
     void emit(StringView text);
-    void emitAttachment();
+    void emitGraphic();
+    void emitAttachment(std::shared_ptr<const TextAttachment> attachment);
     void endInstruction();
+    void endPicture();
     void tableText(StringView text);
     unsigned codePage() const;
     AttributedString::Attributes attributes();
@@ -90,6 +100,9 @@ class RTFReader {
     std::vector<String> links_{String()};
     String graphicName_;
     bool attachmentFollows_ = false;
+    std::string picture_;
+    /// The high half of a byte of the picture; negative between bytes.
+    int pictureDigit_ = -1;
     TextDecoder decoder_;
     std::map<State, AttributedString::Attributes> knownAttributes_;
     String text_;
