@@ -48,12 +48,16 @@ class RTFWriter {
         return block != nullptr && block->table != nullptr ? block : nullptr;
     }
 
+    /// Ranges come in the order of the text.
     void appendRange(const AttributedString& text, const Range& range) {
-        const AttributedString part = text.attributedSubstring(range);
-        std::uint64_t start = 0;
-        for (const AttributedString::Run& run : part.runs()) {
-            appendRun(StringView(part.string()).substr(start, run.length), run.attributes);
-            start += run.length;
+        std::uint64_t position = range.location;
+        while (position < range.end()) {
+            while (runStart_ + text.runs()[run_].length <= position)
+                runStart_ += text.runs()[run_++].length;
+            const AttributedString::Run& run = text.runs()[run_];
+            const std::uint64_t end = std::min(range.end(), runStart_ + run.length);
+            appendRun(StringView(text.string()).substr(position, end - position), run.attributes);
+            position = end;
         }
     }
 
@@ -312,6 +316,9 @@ class RTFWriter {
     }
 
     FileWrapper* files_;
+    /// The run that was written last, and where it begins.
+    std::size_t run_ = 0;
+    std::uint64_t runStart_ = 0;
     std::vector<std::string> fonts_;
     std::vector<std::string> colors_;
     std::string body_;

@@ -22,13 +22,10 @@ std::string converterName(unsigned codePage) {
 struct TextDecoder::Converter {
     UConverter* handle = nullptr;
 
-    explicit Converter(unsigned codePage) {
+    explicit Converter(const std::string& encoding) {
         UErrorCode status = U_ZERO_ERROR;
-        handle = ucnv_open(converterName(codePage).c_str(), &status);
-        if (U_SUCCESS(status))
-            return;
-        status = U_ZERO_ERROR;
-        handle = ucnv_open("windows-1252", &status);
+        if (!encoding.empty()) // which would mean that of the system
+            handle = ucnv_open(encoding.c_str(), &status);
     }
     Converter(const Converter&) = delete;
     Converter& operator=(const Converter&) = delete;
@@ -39,10 +36,19 @@ TextDecoder::TextDecoder() = default;
 TextDecoder::~TextDecoder() = default;
 
 String TextDecoder::decode(std::string_view bytes, unsigned codePage) {
-    auto& converter = converters_[codePage];
+    auto text = decode(bytes, converterName(codePage));
+    if (!text.has_value())
+        text = decode(bytes, "windows-1252");
+    return text.has_value() ? std::move(*text) : String(bytes.size(), u'\uFFFD');
+}
+
+std::optional<String> TextDecoder::decode(std::string_view bytes, const std::string& encoding) {
+    auto& converter = converters_[encoding];
     if (converter == nullptr)
-        converter = std::make_unique<Converter>(codePage);
-    if (converter->handle == nullptr || bytes.size() > INT32_MAX / 4)
+        converter = std::make_unique<Converter>(encoding);
+    if (converter->handle == nullptr)
+        return std::nullopt;
+    if (bytes.size() > INT32_MAX / 4)
         return String(bytes.size(), u'\uFFFD');
     String text(2 * bytes.size() + 2, u'\0');
     UErrorCode status = U_ZERO_ERROR;

@@ -1,5 +1,8 @@
 #include "language/GeneralPasteboard.h"
 
+#include "Foundation/HTML.h"
+#include "Foundation/RTF.h"
+
 namespace dresk {
 
 std::optional<std::string> InMemoryPasteboard::dataForType(StringView type) {
@@ -16,6 +19,18 @@ void InMemoryPasteboard::clear() {
 
 void InMemoryPasteboard::setData(StringView type, std::string data) {
     data_.insert_or_assign(String(type), std::move(data));
+}
+
+RichTextReader pasteboardRichTextReader() {
+    return [](StringView type, const std::string& data) -> std::optional<AttributedString> {
+        if (type == PasteboardType::RTFD)
+            return attributedStringWithRTFD(data);
+        if (type == PasteboardType::RTF)
+            return attributedStringWithRTF(data);
+        if (type == PasteboardType::HTML)
+            return attributedStringWithHTML(data);
+        return std::nullopt;
+    };
 }
 
 } // namespace dresk

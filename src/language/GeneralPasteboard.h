@@ -54,4 +54,7 @@ class InMemoryPasteboard final : public GeneralPasteboard {
 using RichTextReader =
     std::function<std::optional<AttributedString>(StringView type, const std::string& data)>;
 
+/// The reader for RTFD, RTF and HTML. Any thread.
+RichTextReader pasteboardRichTextReader();
+
 } // namespace dresk

@@ -20,6 +20,7 @@ GeneralHotKey hotKey(const KeyPress& press) {
 SnippetEnvironment environment(const PlayOptions& options, const Clock& clock) {
     SnippetEnvironment result;
     result.clock = &clock;
+    result.richTextReader = pasteboardRichTextReader();
     result.formats = std::make_shared<DateTimeFormats>(options.timeZone, options.locale);
     if (options.clipboard.has_value()) {
         const auto pasteboard = std::make_shared<InMemoryPasteboard>();

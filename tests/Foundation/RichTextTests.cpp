@@ -93,6 +93,10 @@ TEST(RTF, WritesWhatItReads) {
     styled->foregroundColor = TextColor{1, 0, 0};
     styled->backgroundColor = TextColor{0, 0, 1};
     styled->underlineStyle = 1;
+    styled->strikethroughStyle = 9;
+    styled->superscript = -1;
+    styled->headIndent = 36;
+    styled->firstLineHeadIndent = 18;
     styled->alignment = TextAlignment::Center;
     styled->link = u"https://example.com/?a=b";
     AttributedString text(u"plain \\{} \n\ttext\u2028é😀\r\u0003", plain);
@@ -124,6 +128,36 @@ TEST(RTF, KeepsAttachmentsInRTFD) {
     EXPECT_EQ(read->attributesAtIndex(7)->attachment->contents, "one");
     EXPECT_EQ(read->attributesAtIndex(8)->attachment->contents, "two");
     EXPECT_EQ(attributedStringWithRTF(RTFFromAttributedString(text))->string(), text.string());
+}
+
+TEST(RTF, EmbedsPicturesInPlainDocuments) {
+    const std::string png("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\0\x10\0\0\0\x08more", 28);
+    auto attributes = std::make_shared<TextAttributes>();
+    attributes->attachment =
+        std::make_shared<TextAttachment>(TextAttachment{u"other name.png", png});
+    AttributedString text(u"a\uFFFC", attributes);
+    text.appendAttributedString(AttributedString(u"b"));
+    const std::string written = RTFFromAttributedString(text, u"Ti}tle");
+    EXPECT_NE(written.find("{\\info{\\title Ti\\}tle}}"), std::string::npos);
+    EXPECT_NE(written.find("\\pngblip\\picw16\\picwgoal240\\pich8\\pichgoal120\n89504e"),
+              std::string::npos);
+    const auto read = attributedStringWithRTF(written);
+    ASSERT_EQ(read->string(), u"a\uFFFCb");
+    EXPECT_EQ(read->attributesAtIndex(1)->attachment->contents, png);
+    EXPECT_EQ(read->attributesAtIndex(1)->attachment->preferredFilename, u"image.png");
+    EXPECT_EQ(read->attributesAtIndex(2)->attachment, nullptr);
+
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"a{\\pict\\jpegblip {\\*\\blipuid 00ff}FF d8\nff\\'41 e0}b", "a\uFFFCb"},
+        {"a{\\pict\\jpegblip\\bin4 \xFF\xD8\xFF}}b", "a\uFFFCb"},
+        {"a{\\pict\\wmetafile8 0100}b", "ab"},
+        {"a{\\*\\shppict{\\pict\\jpegblip ffd8ff}}{\\nonshppict{\\pict\\jpegblip ffd8ff}}b",
+         "a\uFFFCb"},
+        {"a{\\pict\\pngblip 8", "a"},
+        {"\\strike a\\plain\\super b\\nosupersub\\li720\\fi-360 c", "abc"},
+    };
+    for (const auto& [body, expected] : cases)
+        EXPECT_EQ(rtf(body), expected) << body;
 }
 
 TEST(FileWrapper, KeepsFilesAndFoldersAndRefusesDamage) {
