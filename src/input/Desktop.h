@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -63,6 +64,10 @@ struct DesktopEvent {
     /// Captured: the key belongs to a sequence that is not finished, begun by a dead key or by
     /// Compose. It types nothing yet, whatever it would type by itself.
     bool isComposing = false;
+    /// Posted: null, or what becomes true when the application has done what this key asks for,
+    /// such as taken what it pastes. Keys behind it, the user's too, wait for that, but not for
+    /// long.
+    std::shared_ptr<const std::atomic<bool>> awaited = {};
 };
 
 /// Names the tap through which an event came. Output posted with it enters the stream at the place

@@ -23,9 +23,13 @@ MacInputService::MacInputService(Desktop& desktop,
       mainRunLoop_(mainRunLoop), dreskProcess_(desktop.processes().currentProcess()),
       keyDownEvent_(&mainRunLoop), keyUpEvent_(&mainRunLoop),
       inputContextChangedEvent_(&mainRunLoop),
-      contextInputSetting_(std::make_shared<ContextInputSetting>()), lastKeyCode_(NotFound) {
-    desktop_.keyboardLayouts().setInputSourceChangedHandler(
-        [this] { inputSourceChangedEvent_.raise(nullptr); });
+      contextInputSetting_(std::make_shared<ContextInputSetting>()), lastKeyCode_(NotFound),
+      clipboardDataProvider_(desktop.pasteboard()) {
+    findShortcutKeys();
+    desktop_.keyboardLayouts().setInputSourceChangedHandler([this] {
+        findShortcutKeys();
+        inputSourceChangedEvent_.raise(nullptr);
+    });
 }
 
 MacInputService::~MacInputService() {
@@ -38,6 +42,8 @@ void MacInputService::enableEvents() {
         return;
     isLastProcessReceivedKeyEventNull_ = true;
     currentProxy_ = nullptr;
+    pasting_ = false;
+    backspaceCount_ = 0;
     {
         const std::lock_guard lock(mutex_);
         wanted_ = true;
@@ -49,6 +55,7 @@ void MacInputService::enableEvents() {
 
 // Runs first on the new tap thread. disableEvents may come at any moment of it.
 void MacInputService::enableEventsInternal(RunLoop& loop) {
+    clipboardDataProvider_.setRunLoop(&loop);
     std::shared_ptr<EventTap> eventTap = createKeyTap(loop);
     if (eventTap != nullptr)
         eventTap->enable(true);
@@ -120,9 +127,14 @@ void MacInputService::disableEvents() {
     }
     eventTap.reset();
     disableMouseEventTap();
-    if (tapThread_ != nullptr)
+    if (tapThread_ != nullptr) {
         tapThread_->runLoop().cancelAll(this);
+        tapThread_->runLoop().cancelAll(&clipboardDataProvider_);
+    }
     tapThread_.reset();
+    clipboardDataProvider_.setRunLoop(nullptr);
+    // What is still waited for will not come about.
+    clipboardDataProvider_.restoreNow();
     mainRunLoop_.cancel({this, "startCheckingSecureInputTimer"});
     mainRunLoop_.cancel({this, "checkSecureInput"});
 

@@ -2,6 +2,8 @@
 
 #include <mutex>
 
+#include "input/ClipboardDataProvider.h"
+#include "input/ContextInputSettings.h"
 #include "input/Desktop.h"
 #include "seam/SystemInputService.h"
 
@@ -12,7 +14,8 @@ struct SnippetGroupList;
 /// Sees every key and mouse press of the desktop before the application in front does, and types
 /// into that application. One instance exists. It is made and destroyed on the main thread; what
 /// names no thread below belongs to the tap thread. The sources stand by concern: capture, sending,
-/// fragments, rules; MacInputService.cpp has the life of taps and threads.
+/// pasting, fragments, rules, virtual machines; MacInputService.cpp has the life of taps and
+/// threads.
 class MacInputService final : public SystemInputService {
   public:
     /// All three outlive the service. `mainRunLoop` is the loop of the thread that calls this.
@@ -58,6 +61,25 @@ class MacInputService final : public SystemInputService {
     /// so callers of sendOutput do not hold it. While events are disabled.
     void setSnippetGroupList(const SnippetGroupList* list) { snippetGroupList_ = list; }
 
+    // Preferences of sending; they hold from the next job on. Any thread.
+
+    /// Paste instead of typing, where useClipboardIn says.
+    void setUseClipboard(bool use) { useClipboard_ = use; }
+    /// 0 everywhere, 2 in useClipboardApplications only, any other everywhere except there.
+    void setUseClipboardIn(std::int64_t applications) { useClipboardIn_ = applications; }
+    /// Identifiers of applications.
+    void setUseClipboardApplications(std::vector<String> identifiers);
+    /// Paste what is longer than longTextLength.
+    void setUseClipboardForLongText(bool use) { useClipboardForLongText_ = use; }
+    /// In 16-bit units. Meant: only 8 bits of it are kept, and from 128 to 255 nothing is long.
+    void setLongTextLength(std::int64_t length) {
+        longTextLength_ = static_cast<std::int8_t>(length);
+    }
+    /// Give the user's clipboard back after pasting.
+    void setRestoreClipboard(bool restore) { restoreClipboard_ = restore; }
+    /// For its restoreDelay.
+    ClipboardDataProvider& clipboardDataProvider() { return clipboardDataProvider_; }
+
     // Hot keys.
 
     /// The owner keeps the hot key alive as long as the service; its later changes take effect at
@@ -91,8 +113,9 @@ class MacInputService final : public SystemInputService {
 
     // Sending.
 
-    /// A job that cannot be typed as a whole is `rejected`: nothing of it goes out and its trigger
-    /// reaches the application. While events are disabled a job is dropped and marked finished.
+    /// A job that cannot be typed as a whole is pasted. Where nothing can be pasted it is
+    /// `rejected`, as is one with rich text: nothing of it goes out and its trigger reaches the
+    /// application. While events are disabled a job is dropped and marked finished.
     void sendOutput(const std::shared_ptr<DROutput>& output) override;
 
     /// The text in pieces for one key event each: a tab or a line end at the start of a piece is
@@ -124,6 +147,16 @@ class MacInputService final : public SystemInputService {
     void sendBackspaces(std::uint64_t count);
     void sendLeftArrowKeys(std::uint64_t count);
     void sendShiftTab();
+    /// Puts text on the clipboard and has it pasted. Seconds to wait before the next step.
+    double paste(const OutputFragment& content,
+                 const std::shared_ptr<ContextInputSetting>& contextInputSetting);
+    /// Presses what makes the application in front paste or copy.
+    void sendPasteCommand();
+    /// After so many seconds; until then no key is seen.
+    void sendPasteCommandDelayed(double seconds);
+    void sendCopyCommand();
+    /// A paste command has gone out, or is about to, and no event has come in since.
+    bool pasted() const { return pasted_; }
     /// Posts through the tap of the last key, or at the session where there is none or the target
     /// asks for it.
     void sendEvent(const DesktopEvent& event);
@@ -155,16 +188,31 @@ class MacInputService final : public SystemInputService {
     bool checkHotKeys(std::uint16_t keyCode);
 
     // Sending.
-    void prepareSending();
+    /// `content` may be null.
+    void prepareSending(const SnippetExpandedContent* content);
+    void applyAccessibilityRules(ContextInputSetting& setting);
+    void applySheetRule(ContextInputSetting& setting);
+    bool prefersClipboard(const ContextInputSetting& setting) const;
+    bool needsClipboard(const ContextInputSetting& setting, StringView text) const;
+    void setContextInputSetting(std::shared_ptr<ContextInputSetting> setting);
     void sendOutputInternal(const std::shared_ptr<DROutput>& output);
+    bool settleDelivery(DROutput& output);
     void settleTriggerAndFragments(DROutput& output);
-    void refreshFragments(DROutput& output);
-    bool prepareToType(const DROutput& output);
+    bool restoresClipboard(const ContextInputSetting& setting) const;
+    void finishOutput(DROutput& output);
     void sendOutputInBatches(const std::shared_ptr<DROutput>& output);
     void callLater(double seconds, const std::shared_ptr<DROutput>& output,
                    void (MacInputService::*step)(const std::shared_ptr<DROutput>&));
+    /// Runs the call on the tap thread; never when events are disabled by then.
+    void callLater(double seconds, std::string_view operation, RunLoop::Call call);
     std::optional<double> sendFragments(DROutput& output, std::uint64_t& budget);
-    double sendText(const OutputFragment& text, const ContextInputSetting& setting);
+    double sendText(const OutputFragment& text,
+                    const std::shared_ptr<ContextInputSetting>& setting);
+    void findShortcutKeys();
+    void sendAlternativePasteCommand(const ContextInputSetting& setting, std::uint64_t flags);
+
+    // Virtual machines.
+    void showVMHelperDelayed(const std::shared_ptr<ContextInputSetting>& setting);
 
     Desktop& desktop_;
     BundleIdentifierResolver& bundleIdentifierResolver_;
@@ -186,6 +234,15 @@ class MacInputService final : public SystemInputService {
     std::atomic<bool> listenAtAnnotatedSession_{false};
     std::atomic<bool> dontCheckHotKeysOnKeyUp_{false};
     std::atomic<bool> secureInput_{false};
+    std::atomic<bool> useClipboard_{false};
+    std::atomic<std::int64_t> useClipboardIn_{0};
+    std::atomic<bool> useClipboardForLongText_{true};
+    std::atomic<std::int8_t> longTextLength_{100};
+    std::atomic<bool> restoreClipboard_{true};
+    /// Where the layout has these letters.
+    std::atomic<std::uint16_t> keyCodeV_;
+    std::atomic<std::uint16_t> keyCodeC_;
+    ContextInputSettings customApplicationSettings_;
     /// As processSerialNumberToNumber has it.
     std::atomic<std::int64_t> lastProcessReceivedKeyEvent_{0};
 
@@ -207,15 +264,22 @@ class MacInputService final : public SystemInputService {
     std::shared_ptr<ContextInputSetting> contextInputSetting_;
     std::optional<String> contextBundleIdentifier_;
     std::optional<String> lastAppEnabledSecureInput_;
+    std::vector<String> useClipboardApplications_;
 
     // Tap thread.
     bool sending_ = false;
+    /// A delayed paste command has not gone out yet.
+    bool pasting_ = false;
+    bool pasted_ = false;
     bool isLastProcessReceivedKeyEventNull_ = true;
     EventTapProxy currentProxy_ = nullptr;
     std::int64_t lastKeyCode_;
     std::optional<String> lastKeyString_;
     std::int32_t keyModifier_ = 0;
     std::int64_t canceledKeyCode_ = NoKeyCode;
+    ClipboardDataProvider clipboardDataProvider_;
+    /// Backspaces kept until a virtual machine has been activated again.
+    std::uint64_t backspaceCount_ = 0;
 
     // Main thread.
     std::unique_ptr<TapThread> tapThread_;

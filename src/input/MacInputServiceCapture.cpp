@@ -37,8 +37,9 @@ bool MacInputService::cgEventCallbackWithProxy(EventTapProxy proxy, const Deskto
         enableKeyTapAgain();
         return false;
     }
-    if (sending_)
+    if (sending_ || pasting_)
         return false;
+    pasted_ = false;
     currentProxy_ = proxy;
     lastKeyString_.reset();
     lastKeyCode_ = NotFound;

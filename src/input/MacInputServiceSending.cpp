@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <shared_mutex>
+#include <utility>
 
 #include "Foundation/KeyCode.h"
 #include "Foundation/Log.h"
@@ -22,16 +23,6 @@ bool isKey(const OutputFragment& fragment) {
 bool isPasted(const OutputFragment& fragment, const ContextInputSetting& setting) {
     return std::holds_alternative<AttributedString>(fragment) ||
            (std::holds_alternative<String>(fragment) && setting.useClipboard);
-}
-
-/// Rich text is typed as its plain characters, so it is cut as they are and counts as they do.
-OutputFragments fragmentsToType(const OutputFragments& fragments,
-                                const ContextInputSetting& setting) {
-    OutputFragments plain = fragments;
-    for (OutputFragment& fragment : plain)
-        if (const auto* rich = std::get_if<AttributedString>(&fragment))
-            fragment = String(rich->string());
-    return MacInputService::fragmentsForOutputFragments(plain, setting);
 }
 
 bool applySuffix(SnippetExpandedContent* content) {
@@ -96,22 +87,56 @@ void MacInputService::callLater(double seconds, const std::shared_ptr<DROutput>&
     });
 }
 
-void MacInputService::prepareSending() {
-    refreshContextInputSetting();
+void MacInputService::callLater(double seconds, std::string_view operation, RunLoop::Call call) {
+    const std::lock_guard lock(mutex_);
+    if (tapRunLoop_ != nullptr)
+        tapRunLoop_->callAfter(seconds, {this, operation}, std::move(call));
 }
 
 void MacInputService::sendOutputInternal(const std::shared_ptr<DROutput>& output) {
-    prepareSending();
+    prepareSending(output->snippetExpandedContent.get());
     output->contextInputSetting = contextInputSetting();
-    settleTriggerAndFragments(*output);
-    if (!prepareToType(*output)) {
-        logLine("An expansion holds characters that cannot be typed here; nothing was sent");
+    if (!settleDelivery(*output)) {
+        logLine("An expansion cannot be typed here, and nothing can be pasted; nothing was sent");
         output->cancelTrigger = false;
         output->rejected = true;
         output->finished = true;
         return;
     }
+    const ContextInputSetting& setting = *output->contextInputSetting;
+    clipboardDataProvider_.cancelRestore();
+    if (restoresClipboard(setting))
+        clipboardDataProvider_.backup();
+    settleTriggerAndFragments(*output);
+    if (setting.deleteAfterActivateVM)
+        backspaceCount_ = std::exchange(output->backspaceCount, 0);
     sendOutputInBatches(output);
+}
+
+// Text that cannot be typed is pasted. False when it cannot be pasted, either.
+bool MacInputService::settleDelivery(DROutput& output) {
+    const SnippetExpandedContent* content = output.snippetExpandedContent.get();
+    const bool canPaste = desktop_.pasteboard().isAvailable();
+    if (content == nullptr || (canPaste && output.contextInputSetting->useClipboard))
+        return true;
+    String text = content->string();
+    if (content->hasSuffix())
+        text += *content->suffix();
+    else if (delimiterRule(output, snippetGroupList_).keepsDelimiter)
+        text += lastKeyString_.value_or(String());
+    const bool canType =
+        !content->isRichText() && (text.empty() || desktop_.eventTaps().prepareToType(text));
+    if (output.contextInputSetting->useClipboard == canType) {
+        // A record of the job's own: the next job may be another matter.
+        auto setting = std::make_shared<ContextInputSetting>(*output.contextInputSetting);
+        setting->useClipboard = !canType;
+        output.contextInputSetting = std::move(setting);
+    }
+    return canType || canPaste;
+}
+
+bool MacInputService::restoresClipboard(const ContextInputSetting& setting) const {
+    return restoreClipboard_ && !setting.doNotRestoreClipboard;
 }
 
 // Decides whether the key that caused the job is swallowed, and fixes what is sent.
@@ -128,7 +153,7 @@ void MacInputService::settleTriggerAndFragments(DROutput& output) {
         if (rule.keepsDelimiter && !content->hasSuffix())
             content->setSuffix(lastKeyString_);
         applySuffix(content);
-        refreshFragments(output);
+        refreshFragmentsForOuput(output, setting);
         return;
     }
     // A line end or a tab passes as a real key instead of becoming part of the rich text.
@@ -143,7 +168,7 @@ void MacInputService::settleTriggerAndFragments(DROutput& output) {
     bool suffixApplied = false;
     if (!output.cancelTrigger) {
         suffixApplied = applySuffix(content);
-        refreshFragments(output);
+        refreshFragmentsForOuput(output, setting);
         output.cancelTrigger = eventCountForOutput(output) > EventsPerBatch;
         if (!output.cancelTrigger)
             return;
@@ -152,20 +177,7 @@ void MacInputService::settleTriggerAndFragments(DROutput& output) {
         content->setSuffix(lastKeyString_);
     if (!suffixApplied)
         applySuffix(content);
-    refreshFragments(output);
-}
-
-void MacInputService::refreshFragments(DROutput& output) {
-    refreshFragmentsForOuput(output, *output.contextInputSetting);
-    output.fragments = fragmentsToType(output.fragments, *output.contextInputSetting);
-}
-
-bool MacInputService::prepareToType(const DROutput& output) {
-    String text;
-    for (const OutputFragment& fragment : output.fragments)
-        if (const auto* piece = std::get_if<String>(&fragment))
-            text.append(*piece);
-    return text.empty() || desktop_.eventTaps().prepareToType(text);
+    refreshFragmentsForOuput(output, setting);
 }
 
 void MacInputService::sendOutputInBatches(const std::shared_ptr<DROutput>& output) {
@@ -184,7 +196,7 @@ void MacInputService::sendOutputInBatches(const std::shared_ptr<DROutput>& outpu
         budget -= count;
         if (budget == 0) {
             // Meant: when the backspaces end on a full batch, nothing follows them.
-            output->finished = true;
+            finishOutput(*output);
             return;
         }
     }
@@ -201,14 +213,23 @@ void MacInputService::sendOutputInBatches(const std::shared_ptr<DROutput>& outpu
             return;
         }
     }
-    output->finished = true;
+    finishOutput(*output);
+}
+
+// The restore that an earlier job is owed was called off when this job began.
+void MacInputService::finishOutput(DROutput& output) {
+    const ContextInputSetting& setting = *output.contextInputSetting;
+    if (restoresClipboard(setting) &&
+        (setting.useClipboard || clipboardDataProvider_.isRestoreOwed()))
+        clipboardDataProvider_.restoreAfterDelay();
+    output.finished = true;
 }
 
 // Sends from the front as far as the budget goes. Seconds to the next batch, or nothing when all
 // fragments have gone out within this one.
 std::optional<double> MacInputService::sendFragments(DROutput& output, std::uint64_t& budget) {
     OutputFragments& fragments = output.fragments;
-    const ContextInputSetting& setting = *output.contextInputSetting;
+    const std::shared_ptr<ContextInputSetting> setting = output.contextInputSetting;
     std::size_t sent = 0;
     std::optional<double> pause;
     while (!pause.has_value() && sent < fragments.size()) {
@@ -221,7 +242,7 @@ std::optional<double> MacInputService::sendFragments(DROutput& output, std::uint
             SnippetKeyVariable& key =
                 *std::get<std::shared_ptr<SnippetKeyVariable>>(fragments[sent]);
             const bool beforePaste =
-                sent + 1 < fragments.size() && isPasted(fragments[sent + 1], setting);
+                sent + 1 < fragments.size() && isPasted(fragments[sent + 1], *setting);
             used = std::min(key.count(), budget);
             key.setCount(key.count() - used);
             if (key.isKeyCodeValid())
@@ -240,7 +261,10 @@ std::optional<double> MacInputService::sendFragments(DROutput& output, std::uint
 }
 
 // Delivers one text. Seconds that the job must wait behind it.
-double MacInputService::sendText(const OutputFragment& text, const ContextInputSetting&) {
+double MacInputService::sendText(const OutputFragment& text,
+                                 const std::shared_ptr<ContextInputSetting>& setting) {
+    if (isPasted(text, *setting))
+        return paste(text, setting);
     sendPlainText(std::get<String>(text));
     return 0;
 }

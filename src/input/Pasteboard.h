@@ -59,6 +59,8 @@ class Pasteboard {
   public:
     virtual ~Pasteboard() = default;
 
+    /// Whether other programs can paste from it; if not, what is declared goes nowhere.
+    virtual bool isAvailable() const { return true; }
     /// Rises whenever the content changes, whoever changes it.
     virtual std::int64_t changeCount() = 0;
     /// Begins to read everything that is on the pasteboard, and returns at once. It reads to the

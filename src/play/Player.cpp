@@ -36,6 +36,8 @@ Player::Player(const PlayOptions& options)
     : time_(options.now.value_or(systemClock().now())), snippetParser_(environment(options, time_)),
       expandHotKey_(hotKey(ExpandKey)), undoHotKey_(hotKey(UndoKey)) {
     addSnippets(options.snippets);
+    if (options.clipboard.has_value())
+        desktop_.pasteboard().copy({{String(PasteboardType::String), toUTF8(*options.clipboard)}});
     autoText_.setSnippetGroups(&snippetGroups_);
     autoText_.setSnippetParser(&snippetParser_);
     autoText_.setEnabled(true);

@@ -4,11 +4,23 @@
 
 namespace dresk {
 
+/// The keys that make an application paste, and those that make it copy.
+enum class PasteChord {
+    /// The desktop's shortcuts with V and C.
+    Shortcut,
+    /// Control-Shift-V and Control-Shift-C, as most terminals have it.
+    ControlShift,
+    /// Shift-Insert and Control-Insert.
+    Insert,
+    /// Shift-Insert pastes what is selected; what is selected counts as copied.
+    SelectionInsert,
+};
+
 /// How to deliver text to one application. A new one is all zero. A copy made with `copy` leaves
 /// the identifier out.
 struct ContextInputSetting {
     /// Identifier of the target at the last refresh; null when it has none.
-    std::optional<String> bundleIdentifier;
+    std::optional<String> bundleIdentifier = std::nullopt;
 
     /// Auto-correction leaves this application alone.
     bool disableCapitalization = false;
@@ -35,11 +47,12 @@ struct ContextInputSetting {
     bool delayPasting = false;
     /// Post events at the session location instead of through the tap.
     bool postToSessionEventTap = false;
-    /// The paste shortcut is Control-V instead of Command-V.
+    /// The paste shortcut is Control-V instead of Command-V; for PasteChord::Shortcut.
     bool useControlKey = false;
     bool includeHTMLData = false;
     bool excludeParagraphTag = false;
 
+    PasteChord pasteChord = PasteChord::Shortcut;
     /// Seconds before the paste command, if delayPasting.
     double pastingDelay = 0;
     /// Seconds after the paste command before the job goes on.

@@ -7,6 +7,7 @@
 
 #include "Foundation/Log.h"
 #include "Foundation/PreferenceKeys.h"
+#include "input/SystemPasteboard.h"
 
 namespace dresk {
 
@@ -39,6 +40,7 @@ Application::Application(Desktop& desktop, const Files& files, int heartbeatDesc
       desktop_(desktop, heartbeat_), bundleIdentifierResolver_(desktop_.processes()),
       preferences_(files.preferences, &mainRunLoop_),
       dataManager_(preferences_, mainRunLoop_, {u"" DRESK_VERSION, files.defaultData, {}, {}}),
+      snippetParser_(snippetEnvironmentWithPasteboard(desktop_.pasteboard())),
       macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
       snippetParser_(snippetEnvironment()),
       autoText_(macInputService_, bundleIdentifierResolver_, mainRunLoop_) {
@@ -80,6 +82,7 @@ int Application::run() {
     // The delayed save would be lost, and the times of last use are in memory only.
     dataManager_.saveData();
     preferences_.synchronize();
+    desktop_.pasteboard().handOver();
     return 0;
 }
 

@@ -164,6 +164,42 @@ TEST_P(DesktopContract, MoreForeignCharactersThanFreeKeysAreRefusedAsAWhole) {
     expectTarget(many.substr(0, 20) + many.substr(100, 30));
 }
 
+TEST_P(DesktopContract, KeysWaitForWhatIsAwaitedButNotForEver) {
+    using Clock = std::chrono::steady_clock;
+    ASSERT_TRUE(startTap(passAll()));
+    const auto never = std::make_shared<std::atomic<bool>>(false);
+    const auto begin = Clock::now();
+    onTapThread([&] {
+        taps().postEvent(nullptr, {EventType::KeyDown, KeyA, 0, {}});
+        taps().postEvent(nullptr, {EventType::KeyUp, KeyA, 0, {}, false, never});
+        type(taps(), nullptr, u"b");
+    });
+    expectTarget(u"ab");
+    const std::chrono::duration<double> time = Clock::now() - begin;
+    EXPECT_GE(time.count(), 0.15);
+}
+
+TEST_P(DesktopContract, APostedCommandKeyIsThatOfTheDesktopsShortcuts) {
+    constexpr std::uint16_t CommandKey = 55;
+    ASSERT_TRUE(startTap(passAll()));
+    driver().typeText(u"abc");
+    expectTarget(u"abc");
+    // Selects everything, once with the flag and once with the key held.
+    for (const bool withKey : {false, true}) {
+        onTapThread([&] {
+            const std::uint64_t flags = withKey ? 0 : EventFlag::Command;
+            if (withKey)
+                taps().postEvent(nullptr, {EventType::KeyDown, CommandKey, 0, {}});
+            taps().postEvent(nullptr, {EventType::KeyDown, KeyA, flags, {}});
+            taps().postEvent(nullptr, {EventType::KeyUp, KeyA, flags, {}});
+            if (withKey)
+                taps().postEvent(nullptr, {EventType::KeyUp, CommandKey, 0, {}});
+            type(taps(), nullptr, withKey ? u"second" : u"first");
+        });
+        expectTarget(withKey ? u"second" : u"first");
+    }
+}
+
 TEST_P(DesktopContract, AWindowMayGoWhileTextIsOnItsWay) {
     std::atomic<bool> sent{false};
     ASSERT_TRUE(startTap([&](EventTapProxy proxy, const DesktopEvent& event) {

@@ -1,91 +1,7 @@
-#include "input/ServiceFixture.h"
+#include "input/SendingFixture.h"
 
 namespace dresk {
 namespace {
-
-using Variables = std::vector<std::shared_ptr<SnippetVariable>>;
-
-struct Job {
-    String text;
-    std::uint64_t backspaceCount = 0;
-    Variables variables = {};
-    std::int32_t expandTrigger = ExpandTrigger::AtDelimiter;
-    std::int32_t trigger = SnippetTrigger::Typed;
-    bool cancelTrigger = false;
-    bool rich = false;
-    bool resetFormatting = false;
-    std::optional<String> suffix = std::nullopt;
-};
-
-std::shared_ptr<SnippetVariable> key(std::uint64_t location, std::uint16_t code,
-                                     std::uint64_t count, double delay = 0,
-                                     std::uint64_t modifiers = 0) {
-    auto result = std::make_shared<SnippetKeyVariable>();
-    result->setLocation(location);
-    result->setKeyCode(code);
-    result->setCount(count);
-    result->setDelay(delay);
-    result->setModifiers(modifiers);
-    return result;
-}
-
-std::shared_ptr<SnippetVariable> caret(std::uint64_t location) {
-    auto result = std::make_shared<SnippetContentCaret>();
-    result->setLocation(location);
-    return result;
-}
-
-class Sending : public ServiceTest {
-  protected:
-    Sending() { enable(); }
-
-    std::shared_ptr<DROutput> make(const Job& job) {
-        group.setExpandTrigger(job.expandTrigger);
-        group.setResetFormatting(job.resetFormatting);
-        auto content = std::make_shared<SnippetExpandedContent>();
-        if (job.rich)
-            content->setContent(AttributedString(job.text));
-        else
-            content->setContent(job.text);
-        content->setVariables(job.variables);
-        content->setSuffix(job.suffix);
-        content->setOriginalSnippet(snippet);
-        auto output = std::make_shared<DROutput>();
-        output->trigger = job.trigger;
-        output->cancelTrigger = job.cancelTrigger;
-        output->backspaceCount = job.backspaceCount;
-        output->snippetExpandedContent = std::move(content);
-        return output;
-    }
-    /// Sends the job out of the handler of the next key down, which answers as the job says.
-    std::shared_ptr<DROutput> sendAtNextKey(const Job& job) {
-        atNextKey = make(job);
-        observer.keyDown = [this](const ZPKeyEventArgs&) {
-            const auto output = std::exchange(atNextKey, nullptr);
-            if (output == nullptr)
-                return false;
-            service.sendOutput(output);
-            return output->cancelTrigger;
-        };
-        return atNextKey;
-    }
-    void sendNow(const std::shared_ptr<DROutput>& output) {
-        desktop.performOnTapThread([&] { service.sendOutput(output); });
-    }
-    void fill(StringView text) {
-        ScriptedTextField field;
-        field.setText(text);
-        desktop.processes().setTextField(desktop.editor(), field);
-    }
-
-    std::shared_ptr<DROutput> atNextKey;
-    SnippetGroup group;
-    std::shared_ptr<Snippet> snippet = [this] {
-        auto result = std::make_shared<Snippet>();
-        group.addItem(result);
-        return result;
-    }();
-};
 
 // With no key seen yet, everything goes out at the session; parentheses say so.
 TEST_F(Sending, JobsGoOutInBatches) {
@@ -126,9 +42,9 @@ TEST_F(Sending, JobsGoOutInBatches) {
          {u"ab" + String(30, u'x'), 10, {caret(2)}},
          "0.00 (Delete) x10, (\"ab" + std::string(18, 'x') + "\"), (\"" + std::string(12, 'x') +
              "\"), (LeftArrow) x8 | 0.04 (LeftArrow) x20 | 0.08 (LeftArrow) x2"},
-        {"rich text is typed as plain text",
-         {.text = u"rich text that is cut\n\tlike plain", .backspaceCount = 1, .rich = true},
-         "0.00 (Delete), (\"rich text that is cu\"), (\"t\\n\\tlike plain\")"},
+        {"rich text is pasted whole",
+         {.text = u"rich text that is not cut\n\tlike plain", .backspaceCount = 1, .rich = true},
+         "0.00 (Delete), (down Command-9), (up 9)"},
         {"a suffix goes last", {.text = u"abc", .suffix = u"."}, "0.00 (\"abc.\")"},
     };
     for (const Row& row : rows) {
@@ -136,6 +52,7 @@ TEST_F(Sending, JobsGoOutInBatches) {
         ScriptedDesktop ownDesktop(ownTime);
         VirtualRunLoop ownLoop(ownTime);
         MacInputService ownService(ownDesktop, resolver, ownLoop);
+        ownService.setUseClipboardForLongText(false);
         ownService.enableEvents();
         ownTime.runPending();
         Job job = row.job;
@@ -262,15 +179,17 @@ TEST_F(Sending, SelectedTextIsRemovedFirst) {
     EXPECT_EQ(desktop.text(), u"abX");
 }
 
-TEST_F(Sending, WhatCannotBeTypedWholeIsNotBegun) {
+TEST_F(Sending, WithoutAPasteboardWhatCannotBeTypedWholeIsNotBegun) {
+    desktop.pasteboard().setAvailable(false);
     desktop.eventTaps().setUntypableCharacters(u"漢");
-    for (const bool inSuffix : {false, true}) {
+    const Job jobs[] = {
+        {.text = u"漢", .backspaceCount = 3, .cancelTrigger = true},
+        {.text = u"long", .backspaceCount = 3, .cancelTrigger = true, .suffix = u"漢"},
+        {.text = u"rich", .backspaceCount = 3, .rich = true},
+    };
+    for (const Job& job : jobs) {
         fill(u"abc");
-        auto output =
-            sendAtNextKey({.text = inSuffix ? u"long" : u"漢",
-                           .backspaceCount = 3,
-                           .cancelTrigger = true,
-                           .suffix = inSuffix ? std::optional<String>(u"漢") : std::nullopt});
+        auto output = sendAtNextKey(job);
         desktop.typeText(u".");
         time.advance(5);
         EXPECT_EQ(desktop.text(), u"abc.");
@@ -280,6 +199,13 @@ TEST_F(Sending, WhatCannotBeTypedWholeIsNotBegun) {
         EXPECT_EQ(logged.size(), 1U);
         logged.clear();
     }
+    // What the user prefers does not keep it from being typed.
+    service.setUseClipboard(true);
+    fill(u"abc");
+    const auto typed = sendAtNextKey({u"typed", 3});
+    desktop.typeText(u".");
+    EXPECT_EQ(desktop.text(), u"typed.");
+    EXPECT_FALSE(typed->rejected);
 }
 
 TEST_F(Sending, JobsOfOtherThreadsAreHandedOver) {

@@ -197,6 +197,10 @@ TEST(Player, TypesAndExpands) {
          {"--layout", "de", "--snippet", "mfg=Grüße", "zymfg mfg "},
          "zymfg Grüße ",
          nullptr},
+        {"long text is pasted and the clipboard comes back",
+         {"--clipboard=mine", "--snippet", "xx=" + longText, "xx <Wait 1><Command-v>"},
+         longText + " mine",
+         nullptr},
         {"moving on forgets", {"--snippet", "sig=no", "si<LeftArrow><RightArrow>g "}, "sig ", ""},
     };
     for (const Row& row : rows) {

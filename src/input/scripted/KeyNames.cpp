@@ -16,6 +16,7 @@ constexpr NamedKey NamedKeys[] = {
     {"Delete", KeyCode::Delete},
     {"Escape", KeyCode::Escape},
     {"Enter", KeyCode::Enter},
+    {"Insert", KeyCode::Insert},
     {"Home", KeyCode::Home},
     {"PageUp", KeyCode::PageUp},
     {"ForwardDelete", KeyCode::ForwardDelete},

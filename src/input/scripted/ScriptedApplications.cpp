@@ -1,11 +1,13 @@
 #include "input/scripted/ScriptedApplications.h"
 
+#include "Foundation/RTF.h"
 #include "input/scripted/EventRecord.h"
 #include "input/scripted/ScriptedElement.h"
 
 namespace dresk {
 
-ScriptedApplications::ScriptedApplications() {
+ScriptedApplications::ScriptedApplications(ScriptedPasteboard* pasteboard)
+    : pasteboard_(pasteboard) {
     launch(u"dresk", u"Dresk");
 }
 
@@ -68,7 +70,7 @@ void ScriptedApplications::setFocusedElement(ProcessSerialNumber process, AXElem
 ProcessSerialNumber ScriptedApplications::launch(std::optional<String> identifier, String name) {
     const std::lock_guard lock(mutex_);
     const ProcessSerialNumber process{0, nextProcess_++};
-    applications_[process.low] = {std::move(identifier), std::move(name), {}, {}, {}};
+    applications_[process.low] = {std::move(identifier), std::move(name), {}, {}, {}, true};
     return process;
 }
 
@@ -100,14 +102,51 @@ void ScriptedApplications::setTextField(ProcessSerialNumber process,
         application->field = field;
 }
 
-void ScriptedApplications::receive(const DesktopEvent& event, StringView typed) {
+void ScriptedApplications::receive(const DesktopEvent& event, StringView typed, bool pastes) {
+    ProcessSerialNumber front;
+    {
+        const std::lock_guard lock(mutex_);
+        Application* application = find(front_);
+        if (application == nullptr)
+            return;
+        application->received.push_back(eventText(event));
+        if (event.type == EventType::KeyDown && !pastes)
+            application->field.pressKey(event.keyCode, event.flags, typed);
+        if (!pastes || !application->pastesAtOnce)
+            return;
+        front = front_;
+    }
+    paste(front);
+}
+
+void ScriptedApplications::setPastesAtOnce(ProcessSerialNumber process, bool atOnce) {
     const std::lock_guard lock(mutex_);
-    Application* application = find(front_);
-    if (application == nullptr)
+    if (Application* application = find(process))
+        application->pastesAtOnce = atOnce;
+}
+
+void ScriptedApplications::paste(ProcessSerialNumber process) {
+    const auto text = textToPaste();
+    if (!text.has_value())
         return;
-    application->received.push_back(eventText(event));
-    if (event.type == EventType::KeyDown)
-        application->field.pressKey(event.keyCode, event.flags, typed);
+    const std::lock_guard lock(mutex_);
+    if (Application* application = find(process))
+        application->field.insert(*text);
+}
+
+// Plain text where it is offered, else that of the richest form.
+std::optional<String> ScriptedApplications::textToPaste() {
+    if (pasteboard_ == nullptr)
+        return std::nullopt;
+    if (const auto plain = pasteboard_->paste(PasteboardType::String))
+        return fromUTF8(*plain);
+    if (const auto data = pasteboard_->paste(PasteboardType::RTFD))
+        if (const auto rich = attributedStringWithRTFD(*data))
+            return rich->string();
+    if (const auto data = pasteboard_->paste(PasteboardType::RTF))
+        if (const auto rich = attributedStringWithRTF(*data))
+            return rich->string();
+    return std::nullopt;
 }
 
 } // namespace dresk

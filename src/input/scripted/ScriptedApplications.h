@@ -3,6 +3,7 @@
 #include <map>
 #include <mutex>
 
+#include "input/scripted/ScriptedPasteboard.h"
 #include "input/scripted/ScriptedTextField.h"
 
 namespace dresk {
@@ -11,7 +12,8 @@ namespace dresk {
 /// of the one in front. The program itself is process 1. Any thread.
 class ScriptedApplications final : public Processes, public Accessibility {
   public:
-    ScriptedApplications();
+    /// `pasteboard` outlives it; null for applications that paste nothing.
+    explicit ScriptedApplications(ScriptedPasteboard* pasteboard = nullptr);
 
     // RunningApplications
     std::optional<String> bundleIdentifier(ProcessSerialNumber process) override;
@@ -37,8 +39,14 @@ class ScriptedApplications final : public Processes, public Accessibility {
     /// What has reached the application, an eventText each.
     std::vector<std::string> received(ProcessSerialNumber process) const;
     void setTextField(ProcessSerialNumber process, const ScriptedTextField& field);
-    /// Gives the event to the application in front. `typed` is what a key press types.
-    void receive(const DesktopEvent& event, StringView typed);
+    /// Gives the event to the application in front. `typed` is what a key press types. One that
+    /// `pastes` has the application paste.
+    void receive(const DesktopEvent& event, StringView typed, bool pastes);
+    /// Whether the application pastes at once when told to, as all do at first, or leaves it to
+    /// `paste`.
+    void setPastesAtOnce(ProcessSerialNumber process, bool atOnce);
+    /// The application puts what is on the pasteboard into its field, as plain text.
+    void paste(ProcessSerialNumber process);
 
   private:
     struct Application {
@@ -47,10 +55,14 @@ class ScriptedApplications final : public Processes, public Accessibility {
         ScriptedTextField field;
         std::vector<std::string> received;
         AXElement focusedElement;
+        bool pastesAtOnce = true;
     };
     Application* find(ProcessSerialNumber process);
     const Application* find(ProcessSerialNumber process) const;
 
+    std::optional<String> textToPaste();
+
+    ScriptedPasteboard* pasteboard_;
     mutable std::mutex mutex_;
     std::map<std::uint32_t, Application> applications_;
     ProcessSerialNumber front_;

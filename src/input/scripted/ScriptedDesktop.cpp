@@ -63,7 +63,7 @@ class ScriptedDesktop::RealTapThread final : public PerformingThread {
 
 ScriptedDesktop::ScriptedDesktop(VirtualTime* time)
     : time_(time), start_(time != nullptr ? time->elapsed() : steadySeconds()),
-      eventTaps_(keyboard_, applications_, [this] { return now(); }),
+      applications_(&pasteboard_), eventTaps_(keyboard_, applications_, [this] { return now(); }),
       editor_(applications_.launch(u"editor", u"Text Editor")) {
     applications_.setFrontProcess(editor_);
 }

@@ -70,11 +70,11 @@ class ScriptedDesktop final : public Desktop {
     VirtualTime* time_;
     double start_ = 0;
     ScriptedKeyboard keyboard_;
+    ScriptedPasteboard pasteboard_;
     ScriptedApplications applications_;
     ScriptedEventTaps eventTaps_;
     ProcessSerialNumber editor_;
     PerformingThread* tapThread_ = nullptr;
-    ScriptedPasteboard pasteboard_;
     ScriptedScreens screens_;
     ScriptedSounds sounds_;
 };

@@ -113,7 +113,20 @@ bool ScriptedEventTaps::isSwallowed(const DesktopEvent& event) {
 
 void ScriptedEventTaps::deliver(const DesktopEvent& event) {
     if (!isSwallowed(event))
-        applications_.receive(event, event.unicodeString);
+        applications_.receive(event, event.unicodeString, pastes(event));
+}
+
+// The shortcuts of all sorts of applications.
+bool ScriptedEventTaps::pastes(const DesktopEvent& event) const {
+    if (event.type != EventType::KeyDown)
+        return false;
+    const std::uint64_t flags = event.flags & EventFlag::Modifiers;
+    if (event.keyCode == KeyCode::Insert)
+        return flags == EventFlag::Shift;
+    const auto key = keyboard_.layout().character(event.keyCode, 0);
+    return key.has_value() && key->unit == u'v' &&
+           (flags == EventFlag::Command || flags == EventFlag::Control ||
+            flags == (EventFlag::Control | EventFlag::Shift));
 }
 
 struct ScriptedEventTaps::HotKey {
@@ -233,16 +246,21 @@ void ScriptedEventTaps::post(bool atSession, const DesktopEvent& event) {
         const std::lock_guard lock(mutex_);
         posted_.push_back({now_(), atSession, event});
     }
+    for (const ModifierKey& modifier : ModifierKeys)
+        if (event.keyCode == modifier.keyCode)
+            postedFlags_ = event.type == EventType::KeyDown ? postedFlags_ | modifier.flag
+                                                            : postedFlags_ & ~modifier.flag;
+    DesktopEvent received = event;
+    received.flags |= postedFlags_;
     String typed;
     if (!event.unicodeString.empty())
         typed = event.type == EventType::KeyDown ? joinSurrogates(event.unicodeString) : String();
-    else if (const auto key = keyboard_.layout().character(event.keyCode, event.flags))
+    else if (const auto key = keyboard_.layout().character(event.keyCode, received.flags))
         typed = String(1, key->unit);
-    DesktopEvent received = event;
     // Text is text, whatever the key code says.
     if (!event.unicodeString.empty())
         received.keyCode = NamelessKey;
-    applications_.receive(received, typed);
+    applications_.receive(received, typed, pastes(received));
 }
 
 // Joins a pair that two texts share and leaves out halves without partner.

@@ -71,6 +71,7 @@ class ScriptedEventTaps final : public EventTaps {
     bool isSwallowed(const DesktopEvent& event);
     bool isSwallowedBy(Tap& tap, const DesktopEvent& event);
     void deliver(const DesktopEvent& event);
+    bool pastes(const DesktopEvent& event) const;
     void post(bool atSession, const DesktopEvent& event);
     String joinSurrogates(StringView text);
 
@@ -89,6 +90,8 @@ class ScriptedEventTaps final : public EventTaps {
 
     std::set<std::uint16_t> heldKeys_;
     std::uint64_t heldFlags_ = 0;
+    /// Modifiers whose keys were posted as held.
+    std::uint64_t postedFlags_ = 0;
     String untypable_;
     /// First half of a pair whose second half comes with the next text; 0 for none.
     char16_t pendingSurrogate_ = 0;

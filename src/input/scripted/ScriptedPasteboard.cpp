@@ -8,14 +8,19 @@ namespace {
 
 class ReadContents final : public PasteboardContents {
   public:
-    explicit ReadContents(ScriptedPasteboard& pasteboard) : types_(pasteboard.types()) {
+    ReadContents(ScriptedPasteboard& pasteboard, std::shared_ptr<const std::atomic<bool>> heldUp)
+        : types_(pasteboard.types()), heldUp_(std::move(heldUp)) {
         for (const String& type : types_)
             if (auto data = pasteboard.dataForType(type))
                 data_.emplace(type, std::move(*data));
     }
-    bool isComplete() const override { return true; }
-    std::vector<String> types() const override { return types_; }
+    bool isComplete() const override { return !*heldUp_; }
+    std::vector<String> types() const override {
+        return isComplete() ? types_ : std::vector<String>();
+    }
     std::optional<std::string> dataForType(StringView type) const override {
+        if (!isComplete())
+            return std::nullopt;
         const auto found = data_.find(type);
         return found != data_.end() ? std::optional(found->second) : std::nullopt;
     }
@@ -23,6 +28,7 @@ class ReadContents final : public PasteboardContents {
   private:
     std::vector<String> types_;
     std::map<String, std::string, std::less<>> data_;
+    const std::shared_ptr<const std::atomic<bool>> heldUp_;
 };
 
 } // namespace
@@ -39,7 +45,7 @@ std::int64_t ScriptedPasteboard::changeCount() {
 }
 
 std::shared_ptr<const PasteboardContents> ScriptedPasteboard::contents() {
-    return std::make_shared<ReadContents>(*this);
+    return std::make_shared<ReadContents>(*this, heldUp_);
 }
 
 std::int64_t ScriptedPasteboard::declareTypes(const std::vector<String>& types,

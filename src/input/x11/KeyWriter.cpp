@@ -1,5 +1,9 @@
 #include "input/x11/KeyWriter.h"
 
+#include <chrono>
+
+#include <poll.h>
+
 #include "Foundation/KeyCode.h"
 #include "Foundation/Log.h"
 #include "input/x11/XkbHeader.h"
@@ -9,12 +13,15 @@ namespace dresk {
 namespace {
 
 constexpr int Attempts = 5;
+constexpr std::chrono::milliseconds LongestAwait(150);
+constexpr std::chrono::milliseconds AwaitStep(1);
 
 } // namespace
 
 void KeyWriter::begin(const GrabbedPress* pending, xcb_keycode_t grabKey) {
     writing_ = true;
     modifiers_ = 0;
+    postedModifiers_ = 0;
     blocked_.reset();
     restored_.reset();
     const KeyboardState state = pending != nullptr ? pending->state : port_.currentState();
@@ -94,18 +101,42 @@ void KeyWriter::write(const DesktopEvent& event, double now) {
         return;
     }
     pendingSurrogate_ = 0;
-    const xcb_keycode_t code = keymap_->codeForKeyCode(event.keyCode);
+    writeKey(event, down);
+    if (event.awaited != nullptr)
+        await(*event.awaited);
+}
+
+void KeyWriter::writeKey(const DesktopEvent& event, bool down) {
+    // The command key of this desktop is Control.
+    const xcb_keycode_t code = keymap_->codeForKeyCode(
+        event.keyCode == KeyCode::Command ? KeyCode::Control : event.keyCode);
     if (code == 0) {
         if (down)
             logLine("The keyboard has no key with code " + std::to_string(event.keyCode));
+        return;
+    }
+    if (const std::uint8_t modifiers = keymap_->modifiersOfKey(code)) {
+        postedModifiers_ = static_cast<std::uint8_t>(down ? postedModifiers_ | modifiers
+                                                          : postedModifiers_ & ~modifiers);
+        setState(postedModifiers_, false, group_);
         return;
     }
     if (!down) {
         port_.fake(false, code);
         return;
     }
-    setState(modifiersForFlags(event.flags), false, group_);
+    setState(modifiersForFlags(event.flags) | postedModifiers_, false, group_);
     press(code, false);
+}
+
+// The user's keys are taken out meanwhile, as ever.
+void KeyWriter::await(const std::atomic<bool>& done) {
+    for (auto left = LongestAwait; !done && left.count() > 0; left -= AwaitStep) {
+        while (takeOutUserKeys()) {
+        }
+        pollfd descriptor{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
+        (void)poll(&descriptor, 1, static_cast<int>(AwaitStep.count()));
+    }
 }
 
 // Half a surrogate pair at the end of a block waits for the next one; a lone one is left out.
@@ -160,7 +191,6 @@ std::uint8_t KeyWriter::modifiersForFlags(std::uint64_t flags) const {
     std::uint8_t modifiers = 0;
     if ((flags & EventFlag::Shift) != 0)
         modifiers |= XCB_MOD_MASK_SHIFT;
-    // The command key of this desktop is Control.
     if ((flags & (EventFlag::Control | EventFlag::Command)) != 0)
         modifiers |= XCB_MOD_MASK_CONTROL;
     if ((flags & EventFlag::Option) != 0)

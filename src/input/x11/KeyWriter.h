@@ -37,6 +37,7 @@ class KeyWriter {
     bool isWriting() const { return writing_; }
 
     /// Writes one posted event. `now` is in seconds on the run loop's clock.
+    /// Waits for what the event awaits, for 0.15 seconds at most.
     void write(const DesktopEvent& event, double now);
     /// Writes a key of the user's as it was typed, press and release.
     void writeStroke(xcb_keycode_t code, const KeyboardState& state);
@@ -63,6 +64,8 @@ class KeyWriter {
         bool focusMoved = false;
     };
 
+    void writeKey(const DesktopEvent& event, bool down);
+    void await(const std::atomic<bool>& done);
     void writeText(StringView text, double now);
     void writeCharacter(char32_t character, double now);
     bool press(xcb_keycode_t code, bool release);
@@ -91,6 +94,8 @@ class KeyWriter {
     bool focusMoved_ = false;
     /// What the writer itself holds and locks.
     std::uint8_t modifiers_ = 0;
+    /// Of modifier keys that were posted as pressed and not yet as released.
+    std::uint8_t postedModifiers_ = 0;
     bool capsLock_ = false;
     std::uint8_t group_ = 0;
     bool userCapsLock_ = false;
