@@ -39,8 +39,8 @@ Application::Application(Desktop& desktop, const Files& files, int heartbeatDesc
       desktop_(desktop, heartbeat_), bundleIdentifierResolver_(desktop_.processes()),
       preferences_(files.preferences, &mainRunLoop_),
       dataManager_(preferences_, mainRunLoop_, {u"" DRESK_VERSION, files.defaultData, {}, {}}),
-      macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
       snippetParser_(snippetEnvironment()),
+      macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
       autoText_(macInputService_, bundleIdentifierResolver_, mainRunLoop_) {
     if (signalDescriptor_ >= 0)
         mainRunLoop_.addDescriptor(signalDescriptor_, [this] { endOnSignals(); });
