@@ -43,6 +43,7 @@ Application::Application(Desktop& desktop, const Files& files, int heartbeatDesc
       snippetParser_(snippetEnvironmentWithPasteboard(desktop_.pasteboard())),
       macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
       snippetParser_(snippetEnvironment()),
+      macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
       autoText_(macInputService_, bundleIdentifierResolver_, mainRunLoop_) {
     if (signalDescriptor_ >= 0)
         mainRunLoop_.addDescriptor(signalDescriptor_, [this] { endOnSignals(); });
