@@ -27,7 +27,7 @@ struct MenuItem {
     String title;
     /// A line between groups of items; the rest means nothing then.
     bool isSeparator = false;
-    /// Not to be chosen; with an empty title a gap between rows.
+    /// Shown, but not to be chosen.
     bool isDisabled = false;
     bool isHidden = false;
     /// Whether the item is a switch, and its state.

@@ -14,7 +14,7 @@ namespace dresk {
 class FieldsEditorPresenter;
 class SnippetQuickSearchController;
 class SnippetSuggestionController;
-class VMHelperController;
+class VMHelperWindow;
 
 /// The icon by which the program shows in the panel.
 struct StatusItem {
@@ -153,7 +153,7 @@ class UserInterface {
     virtual SnippetSuggestionController* snippetSuggestionController() = 0;
     virtual SnippetQuickSearchController* snippetQuickSearchController() = 0;
     virtual FieldsEditorPresenter* fieldsEditorPresenter() = 0;
-    virtual VMHelperController* vmHelperController() = 0;
+    virtual VMHelperWindow* vmHelperWindow() = 0;
 };
 
 } // namespace dresk
