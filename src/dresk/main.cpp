@@ -90,6 +90,7 @@ int run(const CommandLine& commandLine) {
         // The worker is forked before this process makes any thread. Files are asked about once,
         // not again by a worker that replaces another.
         Supervisor supervisor([&](int heartbeatDescriptor) {
+            singleInstance.leaveLock();
             if (supervisor.isReplacing())
                 applicationOptions.files.clear();
             applicationOptions.heartbeatDescriptor = heartbeatDescriptor;

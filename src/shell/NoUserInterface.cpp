@@ -20,7 +20,10 @@ void log(String text) {
 } // namespace
 
 void NoUserInterface::showAlert(const Alert& alert, std::function<void(std::size_t)> closed) {
-    log(alert.title + u" " + alert.message);
+    // Of several buttons the last one is the way out, and the reader is to know that it was taken.
+    const bool hasChoice = alert.buttons.size() > 1;
+    log(alert.title + u" " + alert.message +
+        (hasChoice ? u" [" + alert.buttons.back() + u"]" : u""));
     if (closed)
         mainRunLoop_.post({this, "closed"}, [closed = std::move(closed),
                                              last = alert.buttons.size() - 1] { closed(last); });

@@ -94,7 +94,8 @@ SingleInstance::SingleInstance(fs::path folder, const std::string& display)
 
 SingleInstance::~SingleInstance() {
     stopListening();
-    for (const int descriptor : {socketDescriptor_, lockDescriptor_, folderDescriptor_})
+    leaveLock();
+    for (const int descriptor : {socketDescriptor_, folderDescriptor_})
         if (descriptor >= 0)
             close(descriptor);
 }
@@ -102,7 +103,8 @@ SingleInstance::~SingleInstance() {
 fs::path SingleInstance::defaultFolder() {
     // Read before the program starts its threads.
     const char* runtime = std::getenv("XDG_RUNTIME_DIR"); // NOLINT(concurrency-mt-unsafe)
-    if (runtime != nullptr && *runtime == '/')
+    std::error_code error;
+    if (runtime != nullptr && *runtime == '/' && fs::is_directory(runtime, error))
         return fs::path(runtime) / "dresk";
     return "/tmp/dresk-" + std::to_string(geteuid());
 }
@@ -129,6 +131,12 @@ SingleInstance::Role SingleInstance::claim() {
         return Role::Late;
     openSocket();
     return Role::First;
+}
+
+void SingleInstance::leaveLock() {
+    if (lockDescriptor_ >= 0)
+        close(lockDescriptor_);
+    lockDescriptor_ = -1;
 }
 
 // By way of the descriptor of the folder, because the address of a socket is short.

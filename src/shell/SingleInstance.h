@@ -11,8 +11,8 @@ namespace dresk {
 
 /// Sees to it that one Dresk runs for a user at a display, and carries what a later start wants to
 /// the running one. It needs no session bus: a lock file and a local socket in a folder that only
-/// the user can enter. The lock belongs to the process that claims it and to those it forks, so a
-/// supervisor keeps it for its workers; what a killed program leaves behind is no obstacle.
+/// the user can enter. A supervisor claims the lock and keeps it while its workers come and go; they
+/// share the socket. What a killed program leaves behind is no obstacle.
 class SingleInstance {
   public:
     /// `folder` is made if it is missing. `display` is the X display by name; its screen does not
@@ -31,6 +31,10 @@ class SingleInstance {
     };
     /// Once, before any fork.
     Role claim();
+
+    /// In a forked worker: leaves the lock to the process that claimed it, so that it ends with
+    /// that one.
+    void leaveLock();
 
     // The first one.
     /// `activated` is called on the loop when a later start shows up, with the absolute paths it

@@ -79,8 +79,10 @@ TEST_F(SingleInstanceTests, LockOutlivesTheWorkerAndNotTheKilledProgram) {
         SingleInstance first(runtime(), ":7");
         const bool claimed = first.claim() == Role::First;
         const pid_t worker = fork();
-        if (worker == 0)
+        if (worker == 0) {
+            first.leaveLock();
             _exit(0); // a worker that is lost
+        }
         waitpid(worker, nullptr, 0);
         const char letter = claimed ? 'c' : 'x';
         if (write(ready[1], &letter, 1) == 1)
