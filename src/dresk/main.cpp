@@ -43,7 +43,9 @@ Application::Options options(const std::filesystem::path& program) {
     std::error_code error;
     const auto installed = program.parent_path() / "../share/dresk/Default.dresk";
     Application::Options options;
-    options.preferences = folderFrom("XDG_CONFIG_HOME", ".config") / "dresk" / "preferences.plist";
+    const auto configuration = folderFrom("XDG_CONFIG_HOME", ".config");
+    options.preferences = configuration / "dresk" / "preferences.plist";
+    options.loginItem = LoginItem(LoginItem::folderIn(configuration), program);
     options.defaultData =
         std::filesystem::exists(installed, error) ? installed : DRESK_DEFAULT_DATA;
     options.backupDirectory = folderFrom("XDG_DATA_HOME", ".local/share") / "dresk" / "Backups";

@@ -61,6 +61,8 @@ void AppDelegate::showAccessPrompt() {
 }
 
 void AppDelegate::tryAgain() {
+    if (!accessPromptIsOpen_)
+        return;
     accessTest_.run([this](bool granted) {
         // The user may have closed the prompt meanwhile, and the launch gone on.
         if (!accessPromptIsOpen_)
@@ -168,7 +170,7 @@ void AppDelegate::applicationOpenFile(const std::filesystem::path& path) {
 }
 
 void AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows) {
-    if (!hasVisibleWindows)
+    if (UILoaded_ && !hasVisibleWindows)
         showMacrosWindow();
 }
 

@@ -7,6 +7,7 @@
 #include "input/MacInputService.h"
 #include "language/SnippetFormatter.h"
 #include "shell/AccessTest.h"
+#include "shell/LoginItem.h"
 #include "shell/StatusMenu.h"
 #include "shell/TappingProcess.h"
 #include "shell/UserInterface.h"
@@ -46,6 +47,7 @@ class AppDelegate {
         DataManager::Places places;
         /// Where backups go unless the user says otherwise; made at every start.
         std::filesystem::path backupDirectory;
+        LoginItem loginItem;
         /// File formats beyond the system's own; null for none.
         DataFileFormats* formats = nullptr;
         /// Ends the main loop, after which applicationWillTerminate is called.
@@ -90,6 +92,7 @@ class AppDelegate {
     /// Null before the launch has come to the engine.
     AutoText* autoText() { return autoText_.get(); }
     MacInputService* macInputService() { return macInputService_.get(); }
+    const LoginItem& loginItem() const { return environment_.loginItem; }
     const Environment& environment() const { return environment_; }
     const Clock& clock() const { return *environment_.clock; }
 

@@ -67,6 +67,7 @@ AppDelegate::Environment Application::environment(const Options& options) {
     environment.places.version = environment.version;
     environment.places.defaultData = options.defaultData;
     environment.backupDirectory = options.backupDirectory;
+    environment.loginItem = options.loginItem;
     environment.terminate = [this] { mainRunLoop_.stop(); };
     environment.relaunch = [this] {
         exitStatus_ = Supervisor::Relaunch;

@@ -18,6 +18,7 @@ class Application {
         /// The archive that a first start takes over.
         std::filesystem::path defaultData;
         std::filesystem::path backupDirectory;
+        LoginItem loginItem;
         /// To open once the program is up; absolute.
         std::vector<std::filesystem::path> files;
         /// The supervisor's pipe, negative for none.

@@ -43,6 +43,8 @@ bool LoginItem::enabled() const {
 }
 
 bool LoginItem::setEnabled(bool enabled) const {
+    if (folder_.empty() || program_.empty())
+        return false;
     std::error_code error;
     if (!enabled) {
         fs::remove(file(), error);

@@ -7,6 +7,8 @@ namespace dresk {
 /// The entry by which the desktop starts the program at login. Main thread.
 class LoginItem {
   public:
+    /// Nothing that could be enabled.
+    LoginItem() = default;
     /// `folder` is the user's folder of such entries, `program` the absolute path to start.
     LoginItem(std::filesystem::path folder, std::filesystem::path program)
         : folder_(std::move(folder)), program_(std::move(program)) {}
@@ -16,7 +18,7 @@ class LoginItem {
     /// Writes or removes the entry. False if that failed.
     bool setEnabled(bool enabled) const;
 
-    /// $XDG_CONFIG_HOME/autostart, from the user's configuration folder.
+    /// The folder of such entries in the user's configuration folder.
     static std::filesystem::path folderIn(const std::filesystem::path& configuration) {
         return configuration / "autostart";
     }

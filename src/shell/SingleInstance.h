@@ -11,8 +11,8 @@ namespace dresk {
 
 /// Sees to it that one Dresk runs for a user at a display, and carries what a later start wants to
 /// the running one. It needs no session bus: a lock file and a local socket in a folder that only
-/// the user can enter. A supervisor claims the lock and keeps it while its workers come and go; they
-/// share the socket. What a killed program leaves behind is no obstacle.
+/// the user can enter. A supervisor claims the lock and keeps it while its workers come and go;
+/// they share the socket. What a killed program leaves behind is no obstacle.
 class SingleInstance {
   public:
     /// `folder` is made if it is missing. `display` is the X display by name; its screen does not
