@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 namespace {
 
 /// One message is one packet: paths, each ended by a zero byte. None means: show yourself.
-constexpr std::size_t MaximumMessage = 64 * 1024;
+constexpr std::size_t MaximumMessage = 65536;
 constexpr char Taken = 't';
 constexpr std::size_t MaximumConnections = 16;
 constexpr double AnswerTimeout = 3.0;
