@@ -130,14 +130,18 @@ std::error_code replaceFile(const fs::path& path, std::string_view bytes,
     return error;
 }
 
-fs::path datedSibling(const fs::path& path, const std::string& name, const std::string& extension,
-                      Date date) {
+std::string localDateAndTime(Date date) {
     const auto seconds = static_cast<std::time_t>(std::floor(date.seconds + SecondsFrom1970To2001));
     std::tm local{};
     localtime_r(&seconds, &local);
     char text[32] = "";
     (void)std::strftime(text, sizeof text, "%Y-%m-%d %H-%M-%S", &local);
-    const std::string stem = name + " " + text;
+    return text;
+}
+
+fs::path datedSibling(const fs::path& path, const std::string& name, const std::string& extension,
+                      Date date) {
+    const std::string stem = name + " " + localDateAndTime(date);
     fs::path result = path.parent_path() / (stem + extension);
     std::error_code error;
     for (int number = 2; fs::exists(result, error); ++number) {

@@ -20,6 +20,9 @@ std::error_code writeFile(const std::filesystem::path& path, std::string_view by
 std::error_code replaceFile(const std::filesystem::path& path, std::string_view bytes,
                             const std::filesystem::path& previous = {});
 
+/// As it stands in file names: "2026-01-31 23-59-59", local time. Any thread.
+std::string localDateAndTime(Date date);
+
 /// A path in the folder of `path` that no file has: name, local date and time, extension.
 std::filesystem::path datedSibling(const std::filesystem::path& path, const std::string& name,
                                    const std::string& extension, Date date);

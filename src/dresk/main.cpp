@@ -1,10 +1,17 @@
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
+#include <unistd.h>
+
 #include "Foundation/Log.h"
+#include "Foundation/PollRunLoop.h"
 #include "input/x11/X11Desktop.h"
 #include "shell/Application.h"
 #include "shell/CommandLine.h"
+#include "shell/LateInstance.h"
+#include "shell/NoUserInterface.h"
+#include "shell/SingleInstance.h"
 #include "shell/Supervisor.h"
 
 namespace {
@@ -12,33 +19,94 @@ namespace {
 using namespace dresk;
 
 // The environment is read before the program starts its threads.
-std::filesystem::path folderFrom(const char* variable, const char* belowHome) {
-    const char* folder = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
-    if (folder != nullptr && *folder == '/')
-        return folder;
-    const char* home = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe)
-    return std::filesystem::path(home != nullptr ? home : "/") / belowHome;
+std::string variable(const char* name) {
+    const char* value = std::getenv(name); // NOLINT(concurrency-mt-unsafe)
+    return value != nullptr ? value : "";
 }
 
-Application::Files files() {
+std::filesystem::path folderFrom(const char* name, const char* belowHome) {
+    const std::string folder = variable(name);
+    if (folder.starts_with('/'))
+        return folder;
+    const std::string home = variable("HOME");
+    return std::filesystem::path(home.empty() ? "/" : home) / belowHome;
+}
+
+/// Where this program lies on disk; empty if the system does not tell.
+std::filesystem::path programPath() {
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/self/exe", error);
+}
+
+Application::Options options(const std::filesystem::path& program) {
     // Installed, the default data lies beside the program; otherwise where it was built.
     std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
     const auto installed = program.parent_path() / "../share/dresk/Default.dresk";
-    return {folderFrom("XDG_CONFIG_HOME", ".config") / "dresk" / "preferences.plist",
-            std::filesystem::exists(installed, error) ? installed : DRESK_DEFAULT_DATA};
+    Application::Options options;
+    const auto configuration = folderFrom("XDG_CONFIG_HOME", ".config");
+    options.preferences = configuration / "dresk" / "preferences.plist";
+    options.loginItem = LoginItem(LoginItem::folderIn(configuration), program);
+    options.defaultData =
+        std::filesystem::exists(installed, error) ? installed : DRESK_DEFAULT_DATA;
+    options.backupDirectory = folderFrom("XDG_DATA_HOME", ".local/share") / "dresk" / "Backups";
+    return options;
 }
 
-int runApplication(const CommandLine& commandLine, int heartbeatDescriptor) {
+int runApplication(const Application::Options& options) {
     std::string error;
     const auto desktop = makeX11Desktop(nullptr, error);
     if (desktop == nullptr) {
         logLine("Dresk cannot start: " + error);
         return Supervisor::CannotStart;
     }
-    for (const std::string& file : commandLine.files)
-        logLine("Cannot open " + file + ".");
-    return Application(*desktop, files(), heartbeatDescriptor).run();
+    PollRunLoop mainRunLoop;
+    NoUserInterface userInterface(mainRunLoop);
+    return Application(*desktop, mainRunLoop, userInterface, options).run();
+}
+
+int runLateInstance(SingleInstance& singleInstance, const LateInstance::Files& files) {
+    PollRunLoop mainRunLoop;
+    NoUserInterface userInterface(mainRunLoop);
+    LateInstance lateInstance(
+        mainRunLoop, userInterface,
+        [&](const auto& absolutePaths) { return singleInstance.activateOthers(absolutePaths); },
+        [&] { mainRunLoop.stop(); });
+    lateInstance.launch(files);
+    mainRunLoop.run();
+    return 0;
+}
+
+int run(const CommandLine& commandLine) {
+    const std::filesystem::path program = programPath();
+    Application::Options applicationOptions = options(program);
+    for (const std::string& file : commandLine.files) {
+        std::error_code error;
+        applicationOptions.files.push_back(std::filesystem::absolute(file, error));
+    }
+    int status = 0;
+    {
+        SingleInstance singleInstance(SingleInstance::defaultFolder(), variable("DISPLAY"));
+        if (singleInstance.claim() == SingleInstance::Role::Late)
+            return runLateInstance(singleInstance, applicationOptions.files);
+        applicationOptions.singleInstance = &singleInstance;
+        // The worker is forked before this process makes any thread. Files are asked about once,
+        // not again by a worker that replaces another.
+        Supervisor supervisor([&](int heartbeatDescriptor) {
+            singleInstance.leaveLock();
+            if (supervisor.isReplacing())
+                applicationOptions.files.clear();
+            applicationOptions.heartbeatDescriptor = heartbeatDescriptor;
+            return runApplication(applicationOptions);
+        });
+        status = supervisor.run();
+    }
+    if (status != Supervisor::Relaunch)
+        return status;
+    std::string name = program.string();
+    char* arguments[] = {name.data(), nullptr};
+    execv(name.c_str(), arguments);
+    logLine("Dresk cannot start again: " + name + " is not there.");
+    return Supervisor::CannotStart;
 }
 
 } // namespace
@@ -58,11 +126,7 @@ int main(int argc, char** argv) {
                      commandLine.badOption.c_str());
         return 2;
     case CommandLine::Action::Run:
-        break;
+        return run(commandLine);
     }
-    // The worker is forked before this process makes any thread.
-    return Supervisor([&](int heartbeatDescriptor) {
-               return runApplication(commandLine, heartbeatDescriptor);
-           })
-        .run();
+    return 0;
 }

@@ -5,9 +5,8 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include "Foundation/Log.h"
-#include "Foundation/PreferenceKeys.h"
-#include "input/SystemPasteboard.h"
+#include "shell/Supervisor.h"
+#include "shell/SystemVersion.h"
 
 namespace dresk {
 
@@ -27,70 +26,68 @@ int openSignalDescriptor() {
     return signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
 }
 
-SnippetEnvironment snippetEnvironment() {
-    SnippetEnvironment environment;
-    environment.richTextReader = pasteboardRichTextReader();
-    return environment;
-}
-
 } // namespace
 
-Application::Application(Desktop& desktop, const Files& files, int heartbeatDescriptor)
-    : signalDescriptor_(openSignalDescriptor()), heartbeat_(heartbeatDescriptor),
-      desktop_(desktop, heartbeat_), bundleIdentifierResolver_(desktop_.processes()),
-      preferences_(files.preferences, &mainRunLoop_),
-      dataManager_(preferences_, mainRunLoop_, {u"" DRESK_VERSION, files.defaultData, {}, {}}),
-      snippetParser_(snippetEnvironmentWithPasteboard(desktop_.pasteboard())),
-      macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
-      snippetParser_(snippetEnvironment()),
-      macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
-      autoText_(macInputService_, bundleIdentifierResolver_, mainRunLoop_) {
+Application::Application(Desktop& desktop, MainRunLoop& mainRunLoop, UserInterface& userInterface,
+                         const Options& options)
+    : mainRunLoop_(mainRunLoop), userInterface_(userInterface),
+      singleInstance_(options.singleInstance), signalDescriptor_(openSignalDescriptor()),
+      heartbeat_(options.heartbeatDescriptor), desktop_(desktop, heartbeat_),
+      preferences_(options.preferences, &mainRunLoop),
+      appDelegate_(desktop_, preferences_, mainRunLoop, userInterface, environment(options)),
+      sleepMonitor_(mainRunLoop, [this](bool asleep) {
+          asleep ? appDelegate_.workspaceWillSleep() : appDelegate_.workspaceDidWake();
+      }) {
     if (signalDescriptor_ >= 0)
         mainRunLoop_.addDescriptor(signalDescriptor_, [this] { endOnSignals(); });
-    loadData();
-    macInputService_.setSnippetGroupList(&dataManager_.snippetGroups());
-    autoText_.setSnippetGroups(&dataManager_.snippetGroups());
-    autoText_.setSnippetParser(&snippetParser_);
-    autoText_.setSnippetAdaptToAbbreviationCaseOption(static_cast<std::uint64_t>(
-        preferences_.integerForKey(PreferenceKey::SnippetAdaptToAbbreviationCaseOption)));
-    autoText_.setEnabled(true);
+    for (const auto& file : options.files)
+        appDelegate_.applicationOpenFile(file);
+    if (singleInstance_ != nullptr)
+        singleInstance_->listen(mainRunLoop_, [this](const auto& files) {
+            for (const auto& file : files)
+                appDelegate_.applicationOpenFile(file);
+            if (files.empty())
+                appDelegate_.applicationShouldHandleReopen(userInterface_.hasVisibleWindows());
+        });
 }
 
 Application::~Application() {
-    macInputService_.disableEvents();
-    if (signalDescriptor_ >= 0)
-        close(signalDescriptor_);
+    if (singleInstance_ != nullptr)
+        singleInstance_->stopListening();
+    if (signalDescriptor_ < 0)
+        return;
+    mainRunLoop_.removeDescriptor(signalDescriptor_);
+    close(signalDescriptor_);
 }
 
-void Application::loadData() {
-    if (dataManager_.loadData() && dataManager_.snippetGroups().groups.empty())
-        logLine("There are no snippets to begin with: the default data cannot be read.");
-    const DataLoadReport& report = dataManager_.loadReport();
-    if (!report.isDamaged)
-        return;
-    std::string line = "Some of the stored data could not be read.";
-    for (const auto& path : report.keptAside)
-        line += " It is kept as " + path.string() + ".";
-    if (!report.loadedFrom.empty())
-        line += " The data was read from " + report.loadedFrom.string() + " instead.";
-    logLine(line);
+AppDelegate::Environment Application::environment(const Options& options) {
+    AppDelegate::Environment environment;
+    environment.version = u"" DRESK_VERSION;
+    environment.systemVersion = systemVersion();
+    environment.places.version = environment.version;
+    environment.places.defaultData = options.defaultData;
+    environment.backupDirectory = options.backupDirectory;
+    environment.loginItem = options.loginItem;
+    environment.terminate = [this] { mainRunLoop_.stop(); };
+    environment.relaunch = [this] {
+        exitStatus_ = Supervisor::Relaunch;
+        mainRunLoop_.stop();
+    };
+    return environment;
 }
 
 int Application::run() {
-    macInputService_.enableEvents();
+    mainRunLoop_.post({&appDelegate_, "applicationDidFinishLaunching"},
+                      [this] { appDelegate_.applicationDidFinishLaunching(); });
     mainRunLoop_.run();
-    macInputService_.disableEvents();
-    // The delayed save would be lost, and the times of last use are in memory only.
-    dataManager_.saveData();
-    preferences_.synchronize();
-    desktop_.pasteboard().handOver();
-    return 0;
+    appDelegate_.applicationWillTerminate();
+    return exitStatus_;
 }
 
 void Application::endOnSignals() {
     signalfd_siginfo info{};
     while (read(signalDescriptor_, &info, sizeof info) == sizeof info)
-        stop();
+        mainRunLoop_.stop();
 }
 
 } // namespace dresk

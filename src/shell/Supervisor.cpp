@@ -162,7 +162,7 @@ Supervisor::Ending Supervisor::judge(int waitStatus) const {
     }
     if (WIFEXITED(waitStatus)) {
         const int status = WEXITSTATUS(waitStatus);
-        if (ending_ || status == 0 || status == CannotStart)
+        if (ending_ || status == 0 || status == CannotStart || status == Relaunch)
             return {false, status};
         logLine(name + " ended with status " + std::to_string(status) + "; starting it again.");
         return {true, status};

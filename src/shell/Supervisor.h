@@ -18,6 +18,9 @@ class Supervisor {
     /// Exit status of a worker that cannot start, and of the supervisor when there is no use in
     /// trying again.
     static constexpr int CannotStart = 1;
+    /// Exit status of a worker whose user wants the program started again, and of the supervisor
+    /// behind it: it is for the caller to do so, with the program as it is on disk by then.
+    static constexpr int Relaunch = 75;
 
     struct Limits {
         /// Seconds without a heartbeat after which the worker counts as hung.
@@ -41,6 +44,8 @@ class Supervisor {
     /// Supervises until the worker ends for good; returns the exit status of the program. Only on
     /// a process that has no other thread.
     int run();
+    /// In the worker: whether it takes the place of one that was lost.
+    bool isReplacing() const { return !restarts_.empty(); }
 
   private:
     struct Ending {

@@ -79,6 +79,21 @@ TEST_F(Dresk, WorkerThatIsStoppedIsReplacedAndNothingTypedIsLost) {
     EXPECT_TRUE(expandsWithin(10));
 }
 
+TEST_F(Dresk, SecondStartGoesAndLeavesTheFirstAtWork) {
+    const pid_t worker = workerOf(program_->pid());
+    kill(worker, SIGKILL); // the lock does not go with it
+    EXPECT_TRUE(ChildProcess::awaitEnd(worker, 5));
+    EXPECT_EQ(ChildProcess::run({DRESK_PROGRAM}), 0);
+    EXPECT_EQ(ChildProcess::run({DRESK_PROGRAM, "some.dresk"}), 0);
+    EXPECT_TRUE(expandsWithin(10));
+
+    // One that is killed leaves nothing that stops the next.
+    program_->signal(SIGKILL);
+    EXPECT_TRUE(program_->wait(5).has_value());
+    program_ = ChildProcess::start({DRESK_PROGRAM});
+    EXPECT_TRUE(expandsWithin(10));
+}
+
 TEST_F(Dresk, KilledProgramFreesTheKeyboard) {
     const pid_t worker = workerOf(program_->pid());
     ASSERT_GT(worker, 0);
