@@ -94,7 +94,7 @@ std::optional<SelectionPeer::Request> SelectionPeer::awaitRequest(double seconds
 }
 
 std::optional<SelectionPeer::Request> SelectionPeer::awaitRequestFor(const std::string& target) {
-    while (const auto request = awaitRequest()) {
+    while (auto request = awaitRequest()) {
         if (request->target == target)
             return request;
         notify(*request, false);
@@ -128,6 +128,7 @@ void SelectionPeer::answer(const Request& request, const std::string& type, std:
 
 void SelectionPeer::answerTargets(const Request& request, const std::vector<std::string>& targets) {
     std::vector<std::uint32_t> atoms;
+    atoms.reserve(targets.size());
     for (const std::string& target : targets)
         atoms.push_back(atom(target));
     answer(request, "ATOM", 32, bytesOf(atoms));

@@ -94,6 +94,7 @@ class PasteboardContract : public testing::TestWithParam<std::unique_ptr<Pastebo
     std::shared_ptr<TestOwner> promise(std::map<String, std::string> data,
                                        PasteboardOptions options = {}) {
         std::vector<String> types;
+        types.reserve(data.size());
         for (const auto& [type, bytes] : data)
             types.push_back(type);
         auto owner = std::make_shared<TestOwner>(std::move(data));

@@ -57,8 +57,8 @@ class SelectionServer {
     };
     struct Transfer {
         enum class State { InPieces, LastPiece };
-        xcb_window_t requestor;
-        xcb_atom_t property;
+        xcb_window_t requestor = XCB_WINDOW_NONE;
+        xcb_atom_t property = XCB_ATOM_NONE;
         std::shared_ptr<const SelectionDeclaration> declaration;
         String type;
         SelectionAnswer answer;

@@ -62,6 +62,16 @@ std::shared_ptr<SelectionDeclaration> declarationOf(const std::vector<String>& t
     return declaration;
 }
 
+/// Nothing that goes wrong, such as a lack of memory for what others offer, ends the thread.
+template <class Call>
+void guard(const Call& call) {
+    try {
+        call();
+    } catch (const std::exception& error) {
+        logLine(std::string("The clipboard failed: ") + error.what());
+    }
+}
+
 std::vector<std::string> targetsOf(const SelectionDeclaration& declaration) {
     std::vector<std::string> targets;
     for (const SelectionOffer& offer : declaration.offers)
@@ -267,8 +277,9 @@ void X11Pasteboard::noteOwner(const xcb_xfixes_selection_notify_event_t& event) 
     const xcb_window_t owner = isSet ? event.owner : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
     Selection& changed = selection(event.selection);
     changed.isOwn = owner == window_;
-    // What is announced was taken behind this change.
-    const bool isLost = !changed.isOwn && changed.announced.empty();
+    if (changed.isOwn)
+        --changed.unseen;
+    const bool isLost = !changed.isOwn && changed.unseen == 0;
     if (isLost)
         changed.latest = nullptr;
     if (&changed == &clipboard_) {
@@ -365,6 +376,7 @@ void X11Pasteboard::take(Selection& selection, Declaration declaration) {
         xcb_xfixes_select_selection_input(connection_->get(), window_, primary_.atom,
                                           AllSelectionEvents);
     if (declaration != nullptr) {
+        ++selection.unseen;
         selection.announced.push_back(declaration);
         selection.latest = std::move(declaration);
     }
@@ -438,29 +450,29 @@ void X11Pasteboard::flushAndWake() {
 }
 
 void X11Pasteboard::serve() {
-    try {
-        for (;;) {
-            XPointer<xcb_generic_event_t> event;
-            {
-                const Lock lock(mutex_);
-                ingest();
-                if (!events_.empty()) {
-                    event = std::move(events_.front());
-                    events_.pop_front();
-                }
-            }
-            reader_.takeBegun();
-            if (event == nullptr)
-                break;
+    guard([this] {
+        while (const auto event = nextEvent())
             handle(*event);
-        }
         reader_.giveUpOverdue(steadySeconds());
         server_.endOverdue(steadySeconds());
-    } catch (const std::exception& error) {
-        logLine(std::string("The clipboard failed: ") + error.what());
-    }
+    });
     connection_->flush();
     armDeadline();
+}
+
+// What was begun is known before the answers to it are handled.
+XPointer<xcb_generic_event_t> X11Pasteboard::nextEvent() {
+    XPointer<xcb_generic_event_t> event;
+    {
+        const Lock lock(mutex_);
+        ingest();
+        if (!events_.empty()) {
+            event = std::move(events_.front());
+            events_.pop_front();
+        }
+    }
+    reader_.takeBegun();
+    return event;
 }
 
 void X11Pasteboard::handle(const xcb_generic_event_t& event) {

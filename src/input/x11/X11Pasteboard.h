@@ -46,6 +46,8 @@ class X11Pasteboard final : public Pasteboard {
     struct Selection {
         xcb_atom_t atom;
         bool isOwn = false;
+        /// How often it was taken without the notice having been read.
+        int unseen = 0;
         Declaration latest;
         /// Declarations whose notice has not come to the clipboard thread yet, in order.
         std::deque<Declaration> announced;
@@ -93,6 +95,7 @@ class X11Pasteboard final : public Pasteboard {
 
     // Clipboard thread, without the lock.
     void serve();
+    XPointer<xcb_generic_event_t> nextEvent();
     void handle(const xcb_generic_event_t& event);
     void announce(const xcb_xfixes_selection_notify_event_t& event);
     void targetsCame(std::uint64_t chase, const SelectionContents& answer);
