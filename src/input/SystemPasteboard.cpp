@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "Foundation/RTF.h"
-
 namespace dresk {
 
 namespace {
@@ -37,19 +35,10 @@ std::optional<String> SystemPasteboard::string() {
     return data.has_value() ? std::optional(fromUTF8(*data)) : std::nullopt;
 }
 
-std::optional<AttributedString> richTextFromPasteboardData(StringView type,
-                                                           const std::string& data) {
-    if (type == PasteboardType::RTFD)
-        return attributedStringWithRTFD(data);
-    if (type == PasteboardType::RTF)
-        return attributedStringWithRTF(data);
-    return std::nullopt;
-}
-
 SnippetEnvironment snippetEnvironmentWithPasteboard(Pasteboard& pasteboard) {
     SnippetEnvironment environment;
     environment.pasteboard = std::make_shared<SystemPasteboard>(pasteboard);
-    environment.richTextReader = &richTextFromPasteboardData;
+    environment.richTextReader = pasteboardRichTextReader();
     return environment;
 }
 

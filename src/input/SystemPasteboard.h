@@ -21,10 +21,6 @@ class SystemPasteboard final : public GeneralPasteboard {
     Pasteboard& pasteboard_;
 };
 
-/// Reads RTFD and RTF; null for other types.
-std::optional<AttributedString> richTextFromPasteboardData(StringView type,
-                                                           const std::string& data);
-
 /// What snippets see on a desktop: its clipboard, as plain and as rich text. `pasteboard` outlives
 /// every expansion.
 SnippetEnvironment snippetEnvironmentWithPasteboard(Pasteboard& pasteboard);

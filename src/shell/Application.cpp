@@ -27,12 +27,6 @@ int openSignalDescriptor() {
     return signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
 }
 
-SnippetEnvironment snippetEnvironment() {
-    SnippetEnvironment environment;
-    environment.richTextReader = pasteboardRichTextReader();
-    return environment;
-}
-
 } // namespace
 
 Application::Application(Desktop& desktop, const Files& files, int heartbeatDescriptor)
@@ -42,7 +36,6 @@ Application::Application(Desktop& desktop, const Files& files, int heartbeatDesc
       dataManager_(preferences_, mainRunLoop_, {u"" DRESK_VERSION, files.defaultData, {}, {}}),
       snippetParser_(snippetEnvironmentWithPasteboard(desktop_.pasteboard())),
       macInputService_(desktop_, bundleIdentifierResolver_, mainRunLoop_),
-      snippetParser_(snippetEnvironment()),
       autoText_(macInputService_, bundleIdentifierResolver_, mainRunLoop_) {
     if (signalDescriptor_ >= 0)
         mainRunLoop_.addDescriptor(signalDescriptor_, [this] { endOnSignals(); });
