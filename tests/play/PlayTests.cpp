@@ -178,8 +178,7 @@ TEST(Player, TypesAndExpands) {
         {"a script's output, with the delimiter",
          {"--script", "two=echo $((1+1))", "is two. two two "},
          "is 2. 2 2 ",
-         "0.60 Delete x3 | 0.60 \"2.\" | 1.10 Delete x3 | 1.10 \"2\", Space | "
-         "1.50 Delete x3 | 1.50 \"2\", Space"},
+         "0.60 Delete x3, \"2.\" | 1.10 Delete x3, \"2 \" | 1.50 Delete x3, \"2 \""},
         {"a script inside a text",
          {"--script", "two=echo 2", "--snippet", "xx=<【snippet:two】>", "xx.-"},
          "<2>.-",
