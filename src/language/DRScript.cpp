@@ -70,7 +70,7 @@ bool isTextFile(const std::string& path) {
 
 /// Empty, with a line in the log, when it cannot be written.
 std::string writeTemporaryFile(const std::string& source, bool isExecutable) {
-    const std::string path = temporaryFilePrefix() + toUTF8(XCDUUID().UUIDString());
+    std::string path = temporaryFilePrefix() + toUTF8(XCDUUID().UUIDString());
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     std::string_view rest = source;
     bool isWritten = file.isOpen() && (!isExecutable || fchmod(file.get(), 0700) == 0);
