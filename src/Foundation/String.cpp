@@ -18,6 +18,21 @@ String fromUTF8(std::string_view bytes) {
     return text;
 }
 
+std::optional<String> fromValidUTF8(std::string_view bytes) {
+    String text;
+    text.reserve(bytes.size());
+    const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    const auto size = static_cast<std::int64_t>(bytes.size());
+    for (std::int64_t i = 0; i < size;) {
+        UChar32 codePoint = 0;
+        U8_NEXT(data, i, size, codePoint);
+        if (codePoint < 0)
+            return std::nullopt;
+        appendCodePoint(text, static_cast<char32_t>(codePoint));
+    }
+    return text;
+}
+
 std::string toUTF8(StringView text) {
     std::string bytes;
     bytes.reserve(text.size());

@@ -27,6 +27,9 @@ struct Range {
 /// Converts at an edge of the program. Malformed UTF-8 becomes U+FFFD, one for each bad sequence.
 String fromUTF8(std::string_view bytes);
 
+/// The same, but null for malformed UTF-8.
+std::optional<String> fromValidUTF8(std::string_view bytes);
+
 /// Converts at an edge of the program. A lone surrogate becomes U+FFFD.
 std::string toUTF8(StringView text);
 

@@ -39,6 +39,13 @@ char16_t foldASCII(char16_t unit) {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
 }
 
+/// A code point folded, where that leaves its length in units as it is.
+char32_t foldCodePoint(CodePoint point) {
+    const auto folded =
+        static_cast<char32_t>(u_foldCase(static_cast<UChar32>(point.value), U_FOLD_CASE_DEFAULT));
+    return U16_LENGTH(folded) == point.length ? folded : point.value;
+}
+
 bool equalFolded(StringView a, StringView b) {
     for (std::size_t i = 0; i < a.size();) {
         if (a[i] < 0x80 && b[i] < 0x80) {
@@ -49,9 +56,7 @@ bool equalFolded(StringView a, StringView b) {
         }
         const CodePoint pointA = codePointAt(a, i);
         const CodePoint pointB = codePointAt(b, i);
-        if (pointA.length != pointB.length ||
-            u_foldCase(static_cast<UChar32>(pointA.value), U_FOLD_CASE_DEFAULT) !=
-                u_foldCase(static_cast<UChar32>(pointB.value), U_FOLD_CASE_DEFAULT))
+        if (pointA.length != pointB.length || foldCodePoint(pointA) != foldCodePoint(pointB))
             return false;
         i += pointA.length;
     }
@@ -78,6 +83,34 @@ bool equalStrings(StringView a, StringView b, CompareOptions options) {
     if (a.size() != b.size())
         return false;
     return options == CompareOptions::Exact ? a == b : equalFolded(a, b);
+}
+
+void foldCase(StringView text, String& folded) {
+    folded.assign(text);
+    for (std::size_t i = 0; i < folded.size();) {
+        if (folded[i] < 0x80) {
+            folded[i] = foldASCII(folded[i]);
+            ++i;
+            continue;
+        }
+        const CodePoint point = codePointAt(folded, i);
+        const char32_t value = foldCodePoint(point);
+        if (point.length == 1) {
+            folded[i] = static_cast<char16_t>(value);
+        } else {
+            folded[i] = U16_LEAD(value);
+            folded[i + 1] = U16_TRAIL(value);
+        }
+        i += point.length;
+    }
+}
+
+int compareCaseInsensitive(StringView a, StringView b) {
+    String foldedA;
+    String foldedB;
+    foldCase(a, foldedA);
+    foldCase(b, foldedB);
+    return foldedA.compare(foldedB);
 }
 
 Range rangeOfString(StringView text, StringView needle, CompareOptions options,

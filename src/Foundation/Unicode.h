@@ -20,6 +20,13 @@ enum class CompareOptions { Exact, CaseInsensitive };
 /// Whether two texts are equal; without case by simple case folding, unit lengths included.
 bool equalStrings(StringView a, StringView b, CompareOptions options);
 
+/// Replaces `folded` by the text with its case folded away, unit for unit: two texts are equal
+/// without case exactly if these are equal.
+void foldCase(StringView text, String& folded);
+
+/// Order of two texts without case, by code units: negative, 0 or positive.
+int compareCaseInsensitive(StringView a, StringView b);
+
 /// Every occurrence of `needle`, left to right, each search starting behind the last hit. An empty
 /// needle occurs nowhere.
 std::vector<Range> rangesOfString(StringView text, StringView needle, CompareOptions options);

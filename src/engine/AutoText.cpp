@@ -5,7 +5,8 @@ namespace dresk {
 AutoText::AutoText(SystemInputService& systemInputService,
                    BundleIdentifierResolver& bundleIdentifierResolver, RunLoop& mainRunLoop)
     : macInputService_(systemInputService), bundleIdentifierResolver_(bundleIdentifierResolver),
-      mainRunLoop_(mainRunLoop) {
+      mainRunLoop_(mainRunLoop), headlessFieldsEditor_(mainRunLoop) {
+    autocorrectGroup_->setExpandTrigger(ExpandTrigger::AtDelimiter);
     macInputService_.keyDownEvent().addObserver(this, &AutoText::onSystemInputServiceKeyDown);
     macInputService_.inputContextChangedEvent().addObserver(
         this, &AutoText::onSystemInputServiceInputContextChanged);
@@ -20,6 +21,7 @@ AutoText::AutoText(SystemInputService& systemInputService,
 }
 
 AutoText::~AutoText() {
+    scripts_.end();
     macInputService_.inputSourceChangedEvent().removeObserver(
         this, &AutoText::notifySelectedKeyboardInputSourceChanged);
     macInputService_.unregisteredHotKeyPressedEvent().removeObserver(
@@ -48,6 +50,7 @@ void AutoText::setSnippetSuggestionController(SnippetSuggestionController& contr
 
 void AutoText::setSnippetQuickSearchController(SnippetQuickSearchController& controller) {
     snippetQuickSearchController_ = &controller;
+    isQuickSearchInitialized_ = false;
     controller.setSnippetSelectorKeyModifier(snippetSelectorKeyModifier_);
 }
 

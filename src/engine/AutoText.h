@@ -3,6 +3,9 @@
 #include <thread>
 
 #include "Foundation/RunLoop.h"
+#include "engine/AutoCorrection.h"
+#include "engine/BackgroundScripts.h"
+#include "engine/HeadlessFieldsEditor.h"
 #include "engine/HeadlessSuggestionController.h"
 #include "engine/SnippetQuickSearchController.h"
 #include "engine/UndoInformation.h"
@@ -17,11 +20,12 @@ namespace dresk {
 /// text; it keeps the letters typed since the caret last moved for an unknown reason.
 ///
 /// Made and destroyed on the main thread, while the service delivers nothing. Observers run on the
-/// tap thread inside the key's handler; window work is posted to the main thread. Where an
-/// operation names no thread, any thread may call it.
+/// tap thread inside the key's handler; window work is posted to the main thread, and scripts run
+/// on threads of their own, which are ended with the engine. Where an operation names no thread,
+/// any thread may call it.
 ///
 /// Locks, in the order in which they may be taken: the data lock of the groups (shared), then
-/// `mutex_`. Neither is held while a job is sent or a window is called.
+/// `mutex_`. Neither is held while a job is sent, a window is called or another process is asked.
 class AutoText {
   public:
     /// Created disabled and without groups. All three outlive the engine.
@@ -37,6 +41,15 @@ class AutoText {
     void setSnippetParser(SnippetParser* snippetParser) { snippetParser_ = snippetParser; }
     void setSnippetSuggestionController(SnippetSuggestionController& controller);
     void setSnippetQuickSearchController(SnippetQuickSearchController& controller);
+    /// Without one the form of a snippet with fields counts as accepted as it would first show.
+    void setFieldsEditorPresenter(FieldsEditorPresenter& presenter) {
+        fieldsEditorPresenter_ = &presenter;
+    }
+    /// Gives the sound of the form; borrowed.
+    void setSounds(Sounds& sounds) { sounds_ = &sounds; }
+    void setScriptCommands(ScriptCommands commands) { scripts_.setCommands(std::move(commands)); }
+    /// Has scripts run as calls of that loop, for programs in virtual time.
+    void setScriptRunLoop(RunLoop& runLoop) { scripts_.setRunLoop(runLoop); }
 
     bool enabled() const { return enabled_; }
     /// A real change forgets what was typed.
@@ -47,6 +60,16 @@ class AutoText {
     }
     void setPlayFeedbackSound(bool play) { playFeedbackSound_ = play; }
     void setFeedbackSound(std::shared_ptr<FeedbackSound> sound);
+
+    // Auto-correction; each takes effect at the next key.
+    void setCapitalizeNewSentences(bool capitalize);
+    void setCorrectDoubleCapitals(bool correct);
+    void setAutoCorrectAvailability(DRFunctionAvailability availability);
+    /// What ends with a point and no sentence, such as "e.g.".
+    void setCapitalizationExcludedAbbreviations(std::vector<String> abbreviations);
+    /// Three units each, such as "IDs"; null for none.
+    void setDoubleCapitalsCorrectionExclusion(std::optional<std::vector<String>> exclusion);
+
     /// Which modifier turns digits into row selectors: 0 none, 1 Shift, 2 Control, 3 Option, 4
     /// Command. Main thread.
     void setSnippetSelectorKeyModifier(std::uint64_t modifier);
@@ -104,10 +127,18 @@ class AutoText {
     }
     void hideSnippetSuggestion();
     // Main thread.
+    /// Shows what the letters typed so far may be the beginning of.
+    void suggestAbbreviations();
     void showSnippetSuggestion();
     void refreshSnippetSuggestionController();
     void acceptSuggestion();
     void snippetSuggestionSuggestionSelected();
+    /// Opens the panel near the caret unless it is open. Nothing without a panel or groups.
+    void quickSearch();
+    void quickSearchAtTopRightCorner();
+    void snippetQuickSearchSnippetSelectedAction();
+    /// The preference "FontSizeDelta" has changed.
+    void notifyFontSizeDeltaChanged();
 
   private:
     // Routing.
@@ -123,6 +154,7 @@ class AutoText {
     /// Notes which thread delivers keys: what is sent there has gone when sendOutput returns.
     void noteTapThread() { tapThread_ = std::this_thread::get_id(); }
     bool onTapThread() const { return tapThread_.load() == std::this_thread::get_id(); }
+    void postRefresh();
     void postToMain(std::string_view operation, void (AutoText::*call)());
 
     // Matching. The data lock is held shared, and mutex_.
@@ -149,16 +181,22 @@ class AutoText {
     std::optional<Expansion> prepareExpansion(const std::shared_ptr<Snippet>& snippet,
                                               const std::optional<String>& abbreviation,
                                               std::int32_t snippetTrigger);
+    /// What sendSnippet returns; null when nothing was done.
+    std::optional<bool> expand(const std::shared_ptr<Snippet>& snippet,
+                               const std::optional<String>& abbreviation,
+                               std::int32_t snippetTrigger);
     /// What became of a job as far as its giver can know.
     struct Sent {
         /// The content's text.
         String text;
         bool cancelTrigger;
     };
-    /// Null when the sender rejected the job.
-    std::optional<Sent> deliver(const std::shared_ptr<Snippet>& snippet, std::int64_t contentType,
-                                const std::shared_ptr<DROutput>& output,
-                                const std::shared_ptr<SnippetExpandedContent>& content);
+    /// Null when nothing was sent.
+    std::optional<Sent> deliver(const Expansion& expansion, std::int32_t snippetTrigger,
+                                std::shared_ptr<DROutput> output);
+    std::optional<Sent> deliverScript(const Expansion& expansion,
+                                      const std::shared_ptr<DROutput>& output);
+    void noteLastUsed(const std::shared_ptr<Snippet>& snippet);
     std::optional<Sent> send(const std::shared_ptr<DROutput>& output);
     static std::uint64_t backspaceLengthOfSnippet(const Snippet& snippet,
                                                   const std::optional<String>& abbreviation,
@@ -167,8 +205,29 @@ class AutoText {
                       std::int32_t expandTrigger, const std::optional<String>& abbreviation);
     void playFeedback();
     void drainOutputPool();
+    /// Makes the call at once, or half a second after the application has been brought to the
+    /// front, for the one that has to be.
+    void performAtTarget(const std::optional<String>& bundleIdentifier, std::string_view operation,
+                         std::function<void()> call);
+
+    // Fields and scripts.
+    void showFieldsEditor(const std::shared_ptr<SnippetExpandedContent>& content);
+    void fieldsEditorAction(const std::shared_ptr<SnippetExpandedContent>& content);
+    void fieldsEditorDidClose(const std::shared_ptr<SnippetExpandedContent>& content);
+    void startScripts(const std::shared_ptr<SnippetExpandedContent>& content);
+    void executeScripts(const std::shared_ptr<SnippetExpandedContent>& content, ScriptHost& host);
+    void startScript(String source, bool isAppleScript, std::optional<String> suffix);
+    void onScriptExecuted(DRScript* script);
+
+    // Auto-correction.
+    void correctTyping(ZPKeyEventArgs& args);
+    std::optional<String> replacementAt(StringView typed, String& old);
+    bool isCorrectionAvailable();
 
     // Suggestions.
+    bool refreshSuggestions();
+    SnippetGroupArray filteredGroupsByApplication(const std::optional<String>& identifier) const;
+    bool initSnippetQuickSearchController();
     void sendSuggestionAtIndex(std::size_t index, std::int32_t snippetTrigger);
     void nextSuggestion() { snippetSuggestionController_->nextSuggestion(); }
     void previousSuggestion() { snippetSuggestionController_->previousSuggestion(); }
@@ -182,6 +241,12 @@ class AutoText {
     const CharacterSet decimalDigits_ = CharacterSet::decimalDigitCharacterSet();
     const SnippetGroupList* snippetGroups_ = nullptr;
     SnippetParser* snippetParser_ = nullptr;
+
+    AutoCorrection autoCorrection_;
+    /// Stands behind corrections; not among the groups, so that it never matches.
+    const std::shared_ptr<SnippetGroup> autocorrectGroup_ = std::make_shared<SnippetGroup>();
+    /// The last correction. A new one for each, because others may be reading the last.
+    std::shared_ptr<Snippet> autocorrectSnippet_;
 
     std::atomic<bool> enabled_{false};
     std::atomic<bool> playFeedbackSound_{false};
@@ -207,6 +272,14 @@ class AutoText {
     HeadlessSuggestionController headlessSuggestionController_;
     SnippetSuggestionController* snippetSuggestionController_ = &headlessSuggestionController_;
     SnippetQuickSearchController* snippetQuickSearchController_ = nullptr;
+    bool isQuickSearchInitialized_ = false;
+
+    HeadlessFieldsEditor headlessFieldsEditor_;
+    FieldsEditorPresenter* fieldsEditorPresenter_ = &headlessFieldsEditor_;
+    Sounds* sounds_ = nullptr;
+    /// Forms may outlive the engine; their answers count while this lives.
+    const std::shared_ptr<bool> aliveness_ = std::make_shared<bool>(true);
+    BackgroundScripts scripts_;
 };
 
 } // namespace dresk

@@ -6,16 +6,25 @@ namespace dresk {
 namespace {
 
 constexpr double DrainInterval = 10.0;
+/// A remote desktop's window, which does not take its keyboard back by itself.
+constexpr StringView CitrixIdentifier = u"com.citrix.XenAppViewer";
+constexpr double CitrixDelay = 0.5;
 
 std::int32_t expandTriggerOf(const Snippet& snippet) {
     const SnippetGroup* group = snippet.parentGroup();
     return group != nullptr ? group->expandTrigger() : ExpandTrigger::Immediately;
 }
 
+bool isScript(std::int64_t contentType) {
+    return contentType == SnippetContentType::AppleScript ||
+           contentType == SnippetContentType::ShellScript;
+}
+
 } // namespace
 
 /// What one expansion needs of the records, read while the data lock was held.
 struct AutoText::Expansion {
+    std::shared_ptr<Snippet> snippet;
     std::shared_ptr<SnippetExpandedContent> content;
     std::int64_t contentType;
     std::int32_t expandTrigger;
@@ -62,46 +71,67 @@ std::optional<AutoText::Expansion>
 AutoText::prepareExpansion(const std::shared_ptr<Snippet>& snippet,
                            const std::optional<String>& abbreviation, std::int32_t snippetTrigger) {
     const auto groupsLock = lockGroups();
-    // The source of a script is never typed as text.
-    if (snippetParser_ == nullptr || snippet->isScript())
+    if (snippetParser_ == nullptr)
         return std::nullopt;
     auto content = snippetParser_->parseSnippet(*snippet, groups());
     if (content == nullptr)
-        return std::nullopt;
-    // Nor is a text with holes in the places of its fields and scripts.
-    if (!content->fields().empty() || !content->abbreviations().empty())
         return std::nullopt;
     if (abbreviation.has_value() && !abbreviation->empty() &&
         snippet->caseSensitivity() == SnippetCaseSensitivity::IgnoreAndAdapt)
         SnippetUtils::correctSnippetContentCase(*content, *abbreviation,
                                                 snippetAdaptToAbbreviationCaseOption_);
     // An expansion that would retype what is there does nothing at all.
-    if (snippet->contentType() == SnippetContentType::PlainText &&
+    if (snippet->contentType() == SnippetContentType::PlainText && content->fields().empty() &&
         !content->hasCaretLocationOrKeys() && abbreviation == content->string())
         return std::nullopt;
     snippet->updateLastTimeUsed();
     content->setOriginalSnippet(snippet);
-    return Expansion{std::move(content), snippet->contentType(), expandTriggerOf(*snippet),
+    return Expansion{snippet, std::move(content), snippet->contentType(), expandTriggerOf(*snippet),
                      backspaceLengthOfSnippet(*snippet, abbreviation, snippetTrigger)};
 }
 
 bool AutoText::sendSnippet(const std::shared_ptr<Snippet>& snippet,
                            const std::optional<String>& abbreviation, std::int32_t snippetTrigger) {
+    return expand(snippet, abbreviation, snippetTrigger).value_or(false);
+}
+
+std::optional<bool> AutoText::expand(const std::shared_ptr<Snippet>& snippet,
+                                     const std::optional<String>& abbreviation,
+                                     std::int32_t snippetTrigger) {
     clear();
     const auto expansion = prepareExpansion(snippet, abbreviation, snippetTrigger);
     if (!expansion.has_value())
-        return false;
+        return std::nullopt;
+    const auto& content = expansion->content;
+    const bool hasFields = !content->fields().empty();
+    const bool delimiterStays = expansion->expandTrigger == ExpandTrigger::AtDelimiter;
     const auto output = createOutput();
     output->trigger = snippetTrigger;
     output->backspaceCount = expansion->backspaceCount;
     // A delimiter that arrived behind the text would land in the wrong place when the caret is to
     // end inside it.
-    output->cancelTrigger =
-        expansion->expandTrigger != ExpandTrigger::AtDelimiter || expansion->content->hasCaret();
-    const auto sent = deliver(snippet, expansion->contentType, output, expansion->content);
+    output->cancelTrigger = !delimiterStays || hasFields || content->hasCaret();
+    if (!hasFields)
+        snippetParser_->processScripts(*content);
+    if (hasFields || !content->scripts().empty()) {
+        // The text follows when it is ready, and the delimiter with it.
+        output->cancelTrigger = true;
+        if (!send(output).has_value())
+            return std::nullopt;
+        if (delimiterStays && snippetTrigger == SnippetTrigger::Typed)
+            content->setSuffix(macInputService_.lastKeyString());
+        if (hasFields)
+            mainRunLoop_.post({this, "showFieldsEditor"},
+                              [this, content] { showFieldsEditor(content); });
+        else
+            startScripts(content);
+        return true;
+    }
+    const auto sent = deliver(*expansion, snippetTrigger, output);
     if (!sent.has_value())
-        return false;
-    rememberUndo(*sent, output, expansion->expandTrigger, abbreviation);
+        return std::nullopt;
+    if (!isScript(expansion->contentType))
+        rememberUndo(*sent, output, expansion->expandTrigger, abbreviation);
     return sent->cancelTrigger;
 }
 
@@ -112,27 +142,37 @@ bool AutoText::sendSnippetDirectly(const std::shared_ptr<Snippet>& snippet) {
 void AutoText::sendSnippet(const std::shared_ptr<Snippet>& snippet,
                            const std::shared_ptr<SnippetExpandedContent>& content,
                            std::int32_t snippetTrigger, std::shared_ptr<DROutput> output) {
-    const std::int64_t contentType = [&] {
+    const Expansion expansion = [&] {
         const auto groupsLock = lockGroups();
-        return snippet->contentType();
+        return Expansion{snippet, content, snippet->contentType(), expandTriggerOf(*snippet), 0};
     }();
+    deliver(expansion, snippetTrigger, std::move(output));
+}
+
+void AutoText::noteLastUsed(const std::shared_ptr<Snippet>& snippet) {
+    const std::lock_guard lock(mutex_);
+    lastUsedSnippet_ = snippet;
+}
+
+// Without an output, makes one where there is something to send.
+std::optional<AutoText::Sent> AutoText::deliver(const Expansion& expansion,
+                                                std::int32_t snippetTrigger,
+                                                std::shared_ptr<DROutput> output) {
+    noteLastUsed(expansion.snippet);
+    const auto& content = expansion.content;
+    const bool isText = expansion.contentType == SnippetContentType::PlainText ||
+                        expansion.contentType == SnippetContentType::RichText;
+    if (isScript(expansion.contentType))
+        return deliverScript(expansion, output);
+    if (!isText) {
+        if (output != nullptr)
+            output->finished = true;
+        return std::nullopt;
+    }
     if (output == nullptr) {
         output = createOutput();
         output->trigger = snippetTrigger;
     }
-    deliver(snippet, contentType, output, content);
-}
-
-std::optional<AutoText::Sent>
-AutoText::deliver(const std::shared_ptr<Snippet>& snippet, std::int64_t contentType,
-                  const std::shared_ptr<DROutput>& output,
-                  const std::shared_ptr<SnippetExpandedContent>& content) {
-    {
-        const std::lock_guard lock(mutex_);
-        lastUsedSnippet_ = snippet;
-    }
-    if (contentType != SnippetContentType::PlainText && contentType != SnippetContentType::RichText)
-        return Sent{content->string(), output->cancelTrigger};
     output->snippetExpandedContent = content;
     const bool hasVariables = !content->variables().empty();
     auto sent = send(output);
@@ -145,17 +185,43 @@ AutoText::deliver(const std::shared_ptr<Snippet>& snippet, std::int64_t contentT
     return sent;
 }
 
+// The abbreviation goes at once, the result follows when it is there. The delimiter that stays
+// travels behind it.
+std::optional<AutoText::Sent> AutoText::deliverScript(const Expansion& expansion,
+                                                      const std::shared_ptr<DROutput>& output) {
+    Sent sent{String(), true};
+    std::optional<String> suffix = expansion.content->suffix();
+    if (output != nullptr) {
+        const bool delimiterStays = expansion.expandTrigger == ExpandTrigger::AtDelimiter;
+        if (delimiterStays)
+            output->cancelTrigger = true;
+        // A digit that chose a row is no delimiter.
+        if (delimiterStays && output->trigger == SnippetTrigger::Typed)
+            suffix = macInputService_.lastKeyString();
+        const auto erased = send(output);
+        if (!erased.has_value())
+            return std::nullopt;
+        sent = *erased;
+    }
+    startScript(expansion.content->string(),
+                expansion.contentType == SnippetContentType::AppleScript, std::move(suffix));
+    return sent;
+}
+
 // On the tap thread the job has been prepared when this returns, a suffix and a raised
 // cancelTrigger included. Elsewhere it may be under way by then and is not read again.
 std::optional<AutoText::Sent> AutoText::send(const std::shared_ptr<DROutput>& output) {
     const auto content = output->snippetExpandedContent;
+    const auto present = [&] {
+        return Sent{content != nullptr ? content->string() : String(), output->cancelTrigger};
+    };
     if (onTapThread()) {
         macInputService_.sendOutput(output);
         if (output->rejected)
             return std::nullopt;
-        return Sent{content->string(), output->cancelTrigger};
+        return present();
     }
-    Sent sent{content->string(), output->cancelTrigger};
+    Sent sent = present();
     macInputService_.sendOutput(output);
     return sent;
 }
@@ -211,6 +277,16 @@ bool AutoText::undo(bool withTrigger) {
     playFeedback();
     setLetters(std::move(text));
     return true;
+}
+
+void AutoText::performAtTarget(const std::optional<String>& bundleIdentifier,
+                               std::string_view operation, std::function<void()> call) {
+    if (bundleIdentifier != CitrixIdentifier) {
+        call();
+        return;
+    }
+    macInputService_.setFrontProcess(macInputService_.lastProcessReceivedKeyEvent());
+    mainRunLoop_.callAfter(CitrixDelay, {this, operation}, std::move(call));
 }
 
 } // namespace dresk

@@ -106,9 +106,16 @@ void AutoText::deleteLastLetter() {
             return;
         letters_.pop_back();
     }
-    if (snippetSuggestionWindowVisible())
-        postToMain("refreshSnippetSuggestionController",
-                   &AutoText::refreshSnippetSuggestionController);
+    postRefresh();
+}
+
+// One refresh serves all keys that came before it.
+void AutoText::postRefresh() {
+    if (!snippetSuggestionWindowVisible())
+        return;
+    constexpr std::string_view operation = "refreshSnippetSuggestionController";
+    mainRunLoop_.cancel({this, operation});
+    postToMain(operation, &AutoText::refreshSnippetSuggestionController);
 }
 
 void AutoText::processSelectorKey(ZPKeyEventArgs& args) {
@@ -181,12 +188,12 @@ void AutoText::processNormalKeyDown(ZPKeyEventArgs& args) {
         findSnippets(letters_, typed.front(), StringView(letters_).substr(0, length), matches);
     }
     if (matches.empty()) {
+        correctTyping(args);
         // The user typed on past an ambiguous list.
         if (suggestions_.selectingSnippet())
             hideSnippetSuggestion();
-        else if (snippetSuggestionWindowVisible())
-            postToMain("refreshSnippetSuggestionController",
-                       &AutoText::refreshSnippetSuggestionController);
+        else
+            postRefresh();
         return;
     }
     if (matches.size() > 1) {

@@ -78,7 +78,8 @@ class ArgumentReader {
         };
         static constexpr ValueOption valueOptions[] = {
             {"--data", &ArgumentReader::readData},
-            {"--snippet", &ArgumentReader::readSnippet},
+            {"--snippet", &ArgumentReader::readText},
+            {"--script", &ArgumentReader::readScript},
             {"--trigger", &ArgumentReader::readTrigger},
             {"--clipboard", &ArgumentReader::readClipboard},
             {"--now", &ArgumentReader::readNow},
@@ -105,12 +106,21 @@ class ArgumentReader {
         return !value.empty() || fail("--data needs the name of a file");
     }
 
-    bool readSnippet(const std::string& value) {
+    bool readText(const std::string& value) {
+        return readSnippet(value, SnippetContentType::PlainText);
+    }
+
+    bool readScript(const std::string& value) {
+        return readSnippet(value, SnippetContentType::ShellScript);
+    }
+
+    bool readSnippet(const std::string& value, std::int64_t contentType) {
         const std::size_t equals = value.find('=');
         if (equals == std::string::npos || equals == 0)
             return fail("a snippet is ABBR=TEXT, not " + value);
         options.snippets.push_back({fromUTF8(value.substr(0, equals)),
-                                    fromUTF8(value.substr(equals + 1)), expandTrigger_});
+                                    fromUTF8(value.substr(equals + 1)), contentType,
+                                    expandTrigger_});
         return true;
     }
 

@@ -13,6 +13,8 @@ struct PlayOptions {
     struct SnippetDefinition {
         String abbreviation;
         String content;
+        /// A SnippetContentType.
+        std::int64_t contentType;
         /// An ExpandTrigger.
         std::int32_t expandTrigger;
     };

@@ -12,6 +12,8 @@ namespace {
 constexpr double SecondsPerKey = 0.1;
 /// Longer than any sensible pause inside an expansion.
 constexpr double SecondsToFinish = 3600;
+/// Real ones, after which a script is killed.
+constexpr double ScriptSeconds = 10;
 
 GeneralHotKey hotKey(const KeyPress& press) {
     return {static_cast<std::int32_t>((press.flags >> 17) & 15), press.keyCode};
@@ -40,6 +42,10 @@ Player::Player(const PlayOptions& options)
         desktop_.pasteboard().copy({{String(PasteboardType::String), toUTF8(*options.clipboard)}});
     autoText_.setSnippetGroups(&snippetGroups_);
     autoText_.setSnippetParser(&snippetParser_);
+    ScriptCommands commands;
+    commands.timeLimit = ScriptSeconds;
+    autoText_.setScriptCommands(std::move(commands));
+    autoText_.setScriptRunLoop(mainRunLoop_);
     autoText_.setEnabled(true);
     macInputService_.setSnippetGroupList(&snippetGroups_);
     macInputService_.registerHotKey(&expandHotKey_);
@@ -64,8 +70,10 @@ void Player::addSnippets(const std::vector<PlayOptions::SnippetDefinition>& defi
             group = groups.insert(group, std::make_shared<SnippetGroup>(time_));
             (*group)->setExpandTrigger(definition.expandTrigger);
         }
-        (*group)->addItem(
-            Snippet::initWithAbbreviation(definition.abbreviation, definition.content, time_));
+        const auto snippet =
+            Snippet::initWithAbbreviation(definition.abbreviation, definition.content, time_);
+        snippet->setContentType(definition.contentType);
+        (*group)->addItem(snippet);
     }
 }
 

@@ -9,7 +9,8 @@
 namespace dresk {
 
 /// The whole engine on a desktop in memory, in virtual time: nothing waits, and the same steps
-/// give the same text whenever they begin at the same moment.
+/// give the same text whenever they begin at the same moment. Scripts run for real, but no virtual
+/// time passes meanwhile; the form of a snippet with fields is accepted as it would first show.
 class Player {
   public:
     explicit Player(const PlayOptions& options);

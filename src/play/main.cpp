@@ -13,10 +13,13 @@ constexpr const char* Help = R"(Usage: dresk-play [OPTION]... [TYPED]
 
 Types into a text field in memory, with Dresk watching, and prints what the
 field holds in the end. No desktop is needed and nothing waits. Without TYPED,
-or with -, it is read from standard input, less a line end at its end.
+or with -, it is read from standard input, less a line end at its end. Forms are
+accepted with what they would show at first.
 
   --data FILE          the snippets of an archive, in full or of one group
   --snippet ABBR=TEXT  a snippet, besides; may be given several times
+  --script ABBR=SOURCE a shell script whose output is typed, in the same way; it runs
+                       on this machine, for 10 seconds at most
   --trigger WHEN       when the snippets behind it expand: immediate, delimiter
                        (the default), swallow (a delimiter that goes), hotkey
   --clipboard TEXT     what is on the clipboard; without it there is nothing

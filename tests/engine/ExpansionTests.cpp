@@ -66,16 +66,14 @@ TEST(Expansion, WhatChangesNothingIsNotSent) {
     SnippetGroup& group = rig.addGroup(ExpandTrigger::AtDelimiter);
     const auto same = rig.addSnippet(group, u"same", u"same");
     const auto empty = Snippet::initWithAbbreviation(u"none", std::nullopt, rig.time);
-    const auto script = rig.addSnippet(group, u"run", u"echo");
-    script->setContentType(SnippetContentType::ShellScript);
     group.addItem(empty);
     const auto used = same->lastTimeUsed();
     rig.time.advance(5);
     rig.service.type(u"same ");
     EXPECT_EQ(rig.engine.letters(), u" ");
-    rig.service.type(u"none run ");
+    rig.service.type(u"none ");
     EXPECT_EQ(rig.service.takeJobs(), Jobs{});
-    EXPECT_EQ(rig.service.passed, u"same none run ");
+    EXPECT_EQ(rig.service.passed, u"same none ");
     EXPECT_EQ(same->lastTimeUsed(), used);
     EXPECT_EQ(rig.engine.lastUsedSnippet(), nullptr);
     EXPECT_FALSE(rig.engine.undoInfo().has_value());
@@ -146,6 +144,18 @@ TEST(Expansion, AFinishedContentIsDeliveredByItself) {
     EXPECT_EQ(rig.engine.letters(), u"xy"); // a content with variables leaves them alone
     EXPECT_EQ(rig.engine.lastUsedSnippet(), snippet);
     EXPECT_FALSE(rig.engine.undoInfo().has_value());
+}
+
+TEST(Expansion, AnUnknownKindOfContentIsLeftAlone) {
+    EngineRig rig;
+    const auto snippet = rig.addSnippet(rig.addGroup(ExpandTrigger::Immediately), u"ab", u"text");
+    snippet->setContentType(7);
+    rig.service.type(u"ab");
+    EXPECT_EQ(rig.service.takeJobs(), Jobs{});
+    EXPECT_EQ(rig.service.passed, u"ab");
+    EXPECT_FALSE(rig.engine.undoInfo().has_value());
+    rig.time.advance(20);
+    EXPECT_EQ(rig.engine.outputPoolSize(), 0U);
 }
 
 TEST(Expansion, AListRowOutlivesItsGroup) {

@@ -131,7 +131,7 @@ TEST(Routing, AnOpenListIsSteeredByKeys) {
         {"typing on", {{u"x"}}, {}, false, false, u"ab x"},
         {"space", {{u" ", KeyCode::Space}}, {}, false, false, u"ab  "},
         {"left", {{std::nullopt, KeyCode::LeftArrow}}, {}, false, false, u""},
-        {"delete", {{u"\b", KeyCode::Delete}}, {}, false, false, u"ab"},
+        {"delete", {{u"\b", KeyCode::Delete}}, {}, false, true, u"ab"},
         {"dead key", {{std::nullopt}}, {}, false, true, u"ab "},
     };
     for (const Row& row : rows) {
@@ -197,12 +197,20 @@ struct FixedQuickSearch : SnippetQuickSearchController {
     void close() override { visible = false; }
     void setSnippetSelectorKeyModifier(std::uint64_t /*modifier*/) override {}
     void setSnippetGroups(const SnippetGroupList& /*groups*/,
-                          std::function<void()> /*snippetSelectedAction*/) override {}
+                          std::function<void()> snippetSelectedAction) override {
+        action = std::move(snippetSelectedAction);
+        calls += "groups ";
+    }
     std::shared_ptr<Snippet> selectedSnippet() const override { return snippet; }
-    void showWindowAtCaret() override {}
-    void showWindowAtTopRightCorner() override {}
-    void notifyFontSizeDeltaChanged() override {}
+    void showWindowAtCaret() override {
+        visible = true;
+        calls += "caret ";
+    }
+    void showWindowAtTopRightCorner() override { calls += "corner "; }
+    void notifyFontSizeDeltaChanged() override { calls += "font "; }
 
+    std::function<void()> action;
+    std::string calls;
     bool visible = true;
     std::shared_ptr<Snippet> snippet;
 };
@@ -229,6 +237,37 @@ TEST(Routing, TypingBelongsToAnOpenQuickSearchPanel) {
     EXPECT_EQ(rig.engine.letters(), u"found");
     rig.service.clickAt(110, 20);
     EXPECT_EQ(rig.engine.letters(), u"");
+}
+
+TEST(Routing, TheQuickSearchPanelOpensOnce) {
+    EngineRig rig;
+    FixedQuickSearch panel;
+    panel.visible = false;
+    rig.engine.quickSearch(); // no panel, nothing
+    rig.engine.setSnippetQuickSearchController(panel);
+    rig.engine.quickSearch();
+    rig.engine.quickSearch();
+    rig.engine.quickSearchAtTopRightCorner();
+    rig.engine.notifyFontSizeDeltaChanged();
+    EXPECT_EQ(panel.calls, "groups caret corner font ");
+
+    panel.visible = false;
+    rig.service.type(u"ab");
+    panel.action(); // nothing selected
+    EXPECT_EQ(rig.service.takeJobs(), Jobs{});
+    panel.snippet = rig.addSnippet(rig.addGroup(ExpandTrigger::AtDelimiter), u"x", u"found");
+    panel.action();
+    rig.time.runPending();
+    EXPECT_EQ(rig.service.jobs.back()->trigger, SnippetTrigger::Direct);
+    EXPECT_EQ(rig.service.takeJobs(), Jobs{"erase 0, put \"found\", pass"});
+
+    rig.applications.identifiers[1] = u"com.citrix.XenAppViewer";
+    rig.service.switchTo(1);
+    panel.action();
+    rig.time.advance(0.4);
+    EXPECT_EQ(rig.service.takeJobs(), Jobs{});
+    rig.time.advance(0.2);
+    EXPECT_EQ(rig.service.takeJobs(), Jobs{"erase 0, put \"found\", pass"});
 }
 
 } // namespace

@@ -15,13 +15,23 @@ class ThreadedService final : public ScriptedInputService {
     using ScriptedInputService::ScriptedInputService;
     void sendOutput(const std::shared_ptr<DROutput>& output) override {
         const std::lock_guard lock(mutex_);
-        sentLength += output->snippetExpandedContent->length();
+        if (const auto& content = output->snippetExpandedContent) {
+            sentLength += content->length();
+            texts.push_back(content->string());
+        }
         output->finished = true;
+        sent_.notify_all();
+    }
+    void waitForTexts(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        sent_.wait(lock, [&] { return texts.size() >= count; });
     }
     std::uint64_t sentLength = 0;
+    std::vector<String> texts;
 
   private:
     std::mutex mutex_;
+    std::condition_variable sent_;
 };
 
 // Keys on one thread, windows and edits on another, as in the program. What counts is that the
@@ -87,6 +97,51 @@ TEST(Threads, KeysAndEditsMeet) {
     other.join();
     mainLoop.runOnce(0);
     EXPECT_GT(service.sentLength, 0U);
+}
+
+// Scripts on their own threads while keys go on, and an end in the midst of some that hang.
+TEST(Threads, ScriptsHoldNeitherKeysNorTheEnd) {
+    VirtualTime serviceTime;
+    ThreadedService service(serviceTime);
+    ScriptedApplications applications;
+    BundleIdentifierResolver resolver(applications);
+    SnippetGroupList list;
+    SnippetParser parser;
+    PollRunLoop mainLoop;
+    {
+        AutoText engine(service, resolver, mainLoop);
+        auto group = std::make_shared<SnippetGroup>();
+        group->setExpandAfter(ExpandAfter::Anything);
+        const auto add = [&](const char16_t* abbreviation, const char16_t* content,
+                             std::int64_t type) {
+            const auto snippet = Snippet::initWithAbbreviation(abbreviation, content);
+            snippet->setContentType(type);
+            group->addItem(snippet);
+        };
+        add(u"own;", u"#!/usr/bin/env sh\necho own", SnippetContentType::ShellScript);
+        add(u"sh;", u"echo shell", SnippetContentType::ShellScript);
+        add(u"in;", u"<【snippet:sh;】>", SnippetContentType::PlainText);
+        add(u"hang;", u"#!/usr/bin/env sh\nsleep 1000", SnippetContentType::ShellScript);
+        add(u"hang2;", u"sleep 1000", SnippetContentType::ShellScript);
+        list.groups.push_back(group);
+        engine.setSnippetGroups(&list);
+        engine.setSnippetParser(&parser);
+        engine.setEnabled(true);
+        std::thread tap([&] {
+            service.type(u"hang;");
+            for (int i = 0; i < 5; ++i)
+                service.type(u"own;sh;in;");
+        });
+        tap.join();
+        service.waitForTexts(15);
+        std::thread(([&] { service.type(u"hang;hang2;sh;"); })).join();
+    }
+    std::map<String, int> counts;
+    for (const String& text : service.texts)
+        ++counts[text];
+    EXPECT_EQ(counts[u"own"], 5);
+    EXPECT_EQ(counts[u"<shell>"], 5);
+    EXPECT_GE(counts[u"shell"], 5);
 }
 
 } // namespace
