@@ -153,11 +153,11 @@ void Applications::setFrontProcess(ProcessSerialNumber process) {
     {
         const std::lock_guard lock(mutex_);
         const auto found = applications_.find(process.low);
-        if (found == applications_.end())
-            return;
-        window = found->second.window;
+        if (found != applications_.end())
+            window = found->second.window;
     }
-    activate(window);
+    if (window != XCB_WINDOW_NONE)
+        activate(window);
     focusWindow_.leave();
 }
 
