@@ -59,8 +59,9 @@ bool AtspiQueue::mayAsk(std::uint32_t process, double now) {
 
 // The process that the thread waits for is to blame, whichever was asked.
 void AtspiQueue::noteTimeout(std::uint32_t process, double now) {
-    silentUntil_.insert_or_assign(running_ != nullptr ? running_->process : process,
-                                  now + SilenceAfterTimeout);
+    if (const auto running = running_)
+        process = running->process;
+    silentUntil_.insert_or_assign(process, now + SilenceAfterTimeout);
 }
 
 void AtspiQueue::noteSilent(std::uint32_t process) {
