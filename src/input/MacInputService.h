@@ -140,7 +140,7 @@ class MacInputService final : public SystemInputService {
     void setVMHelperWindow(VMHelperWindow* window) { vmHelperWindow_ = window; }
     /// Begins the route: the clipboard is set, and the paste command follows 0.7 seconds later,
     /// 0.9 behind backspaces that were kept back.
-    void showVMHelperDelayed(const ContextInputSetting& setting);
+    void showVMHelperDelayed(const std::shared_ptr<ContextInputSetting>& setting);
     /// Backspaces kept back until the target has the focus again.
     std::uint64_t backspaceCount() const { return backspaceCount_; }
     void setBackspaceCount(std::uint64_t count) { backspaceCount_ = count; }
@@ -188,8 +188,8 @@ class MacInputService final : public SystemInputService {
     bool checkHotKeys(std::uint16_t keyCode);
 
     // Virtual machines.
-    void showVMHelper(const ContextInputSetting& setting);
-    void activateAndPasteToVM(const ContextInputSetting& setting);
+    void showVMHelper(const std::shared_ptr<ContextInputSetting>& setting);
+    void activateAndPasteToVM(const std::shared_ptr<ContextInputSetting>& setting);
     void handToTapThread(std::string_view operation, void (MacInputService::*step)());
 
     // Sending.

@@ -21,13 +21,13 @@ constexpr double PasteAfterErasing = 0.4;
 
 } // namespace
 
-void MacInputService::showVMHelperDelayed(const ContextInputSetting& setting) {
+void MacInputService::showVMHelperDelayed(const std::shared_ptr<ContextInputSetting>& setting) {
     setFrontProcess(dreskProcess_);
     mainRunLoop_.post({this, "showVMHelper"}, [this, setting] { showVMHelper(setting); });
 }
 
-void MacInputService::showVMHelper(const ContextInputSetting& setting) {
-    if (setting.clickAtVMHelper && vmHelperWindow_ != nullptr) {
+void MacInputService::showVMHelper(const std::shared_ptr<ContextInputSetting>& setting) {
+    if (setting->clickAtVMHelper && vmHelperWindow_ != nullptr) {
         const Point pointer = mouseLocation();
         const Rect frame = vmHelperWindow_->frame();
         vmHelperWindow_->setFrameOrigin(
@@ -44,15 +44,15 @@ void MacInputService::showVMHelper(const ContextInputSetting& setting) {
                            [this, setting] { activateAndPasteToVM(setting); });
 }
 
-void MacInputService::activateAndPasteToVM(const ContextInputSetting& setting) {
+void MacInputService::activateAndPasteToVM(const std::shared_ptr<ContextInputSetting>& setting) {
     setFrontProcess(lastProcessReceivedKeyEvent());
-    if (setting.clickAtVM)
+    if (setting->clickAtVM)
         mainRunLoop_.callAfter(ClickAtVMAfter, {this, "sendMouseClick"},
                                [this] { sendMouseClick(); });
-    if (setting.deleteAfterActivateVM)
+    if (setting->deleteAfterActivateVM)
         mainRunLoop_.callAfter(EraseAfter, {this, "sendBackspacesDelayed"},
                                [this] { sendBackspacesDelayed(); });
-    mainRunLoop_.callAfter(setting.deleteAfterActivateVM ? PasteAfterErasing : PasteAfter,
+    mainRunLoop_.callAfter(setting->deleteAfterActivateVM ? PasteAfterErasing : PasteAfter,
                            {this, "sendPasteCommandDelayed"},
                            [this] { sendPasteCommandDelayed(); });
 }

@@ -48,7 +48,9 @@ class Route : public ServiceTest, public VMHelperWindow {
     void start(double seconds, const ContextInputSetting& setting) {
         begin = time.elapsed();
         starter.callAfter(seconds, {this, "start"},
-                          [this, setting] { service.showVMHelperDelayed(setting); });
+                          [this, kept = std::make_shared<ContextInputSetting>(setting)] {
+                              service.showVMHelperDelayed(kept);
+                          });
     }
     void observe() {
         const auto front = desktop.processes().frontProcess();
