@@ -5,6 +5,8 @@
 #include "input/ClipboardDataProvider.h"
 #include "input/ContextInputSettings.h"
 #include "input/Desktop.h"
+#include "input/SRKeyCodeTransformer.h"
+#include "input/VMHelperWindow.h"
 #include "seam/SystemInputService.h"
 
 namespace dresk {
@@ -161,6 +163,34 @@ class MacInputService final : public SystemInputService {
     /// asks for it.
     void sendEvent(const DesktopEvent& event);
 
+    // The route of a paste into a virtual machine. Once begun it goes to its end.
+
+    /// The window that the route shows; null for none. It outlives the service or is taken back by
+    /// null. Main thread.
+    void setVMHelperWindow(VMHelperWindow* window) { vmHelperWindow_ = window; }
+    /// Begins the route: the clipboard is set, and the paste command follows 0.7 seconds later,
+    /// 0.9 behind backspaces that were kept back.
+    void showVMHelperDelayed(const std::shared_ptr<ContextInputSetting>& setting);
+    /// Backspaces kept back until the target has the focus again.
+    std::uint64_t backspaceCount() const { return backspaceCount_; }
+    void setBackspaceCount(std::uint64_t count) { backspaceCount_ = count; }
+    /// Sends the backspaces kept back.
+    void sendBackspaces();
+    /// Each hands the command to the tap thread and returns at once. Any thread.
+    void sendBackspacesDelayed();
+    void sendPasteCommandDelayed();
+    void sendCopyCommandDelayed();
+    /// Clicks where the pointer is. Any thread.
+    void sendMouseClick();
+    /// Clicks into the lower left of the helper window, wherever the pointer is. Main thread.
+    void sendMouseClickToVMHelperWindow();
+    /// From a place measured from below to one measured from the top of the screen that holds it;
+    /// the zero point for a place on no screen. Any thread.
+    static Point carbonScreenPointFromCocoaScreenPoint(Screens& screens, Point point);
+
+    /// Names of keys; follows the keyboard layout. Any thread.
+    const SRKeyCodeTransformer& keyCodeTransformer() const { return keyCodeTransformer_; }
+
   private:
     // Taps and threads.
     void enableEventsInternal(RunLoop& loop);
@@ -187,6 +217,11 @@ class MacInputService final : public SystemInputService {
     bool handleFlagsChanged(std::int32_t modifiers);
     bool checkHotKeys(std::uint16_t keyCode);
 
+    // Virtual machines.
+    void showVMHelper(const std::shared_ptr<ContextInputSetting>& setting);
+    void activateAndPasteToVM(const std::shared_ptr<ContextInputSetting>& setting);
+    void handToTapThread(std::string_view operation, void (MacInputService::*step)());
+
     // Sending.
     /// `content` may be null.
     void prepareSending(const SnippetExpandedContent* content);
@@ -208,16 +243,16 @@ class MacInputService final : public SystemInputService {
     std::optional<double> sendFragments(DROutput& output, std::uint64_t& budget);
     double sendText(const OutputFragment& text,
                     const std::shared_ptr<ContextInputSetting>& setting);
-    void findShortcutKeys();
     void sendAlternativePasteCommand(const ContextInputSetting& setting, std::uint64_t flags);
-
-    // Virtual machines.
-    void showVMHelperDelayed(const std::shared_ptr<ContextInputSetting>& setting);
 
     Desktop& desktop_;
     BundleIdentifierResolver& bundleIdentifierResolver_;
     RunLoop& mainRunLoop_;
     const ProcessSerialNumber dreskProcess_;
+    SRKeyCodeTransformer keyCodeTransformer_;
+    /// Keys of the commands to paste and to copy, under the layout in which the service was made.
+    const std::uint16_t keyCodeV_;
+    const std::uint16_t keyCodeC_;
 
     ZPEvent keyDownEvent_;
     ZPEvent keyUpEvent_;
@@ -239,9 +274,6 @@ class MacInputService final : public SystemInputService {
     std::atomic<bool> useClipboardForLongText_{true};
     std::atomic<std::int8_t> longTextLength_{100};
     std::atomic<bool> restoreClipboard_{true};
-    /// Where the layout has these letters.
-    std::atomic<std::uint16_t> keyCodeV_;
-    std::atomic<std::uint16_t> keyCodeC_;
     ContextInputSettings customApplicationSettings_;
     /// As processSerialNumberToNumber has it.
     std::atomic<std::int64_t> lastProcessReceivedKeyEvent_{0};
@@ -283,6 +315,7 @@ class MacInputService final : public SystemInputService {
 
     // Main thread.
     std::unique_ptr<TapThread> tapThread_;
+    VMHelperWindow* vmHelperWindow_ = nullptr;
 };
 
 } // namespace dresk

@@ -9,23 +9,10 @@ namespace {
 
 constexpr StringView X11Identifier = u"org.macosforge.xquartz.X11";
 
-/// Where a layout without Latin letters has V and C for shortcuts.
-constexpr std::uint16_t UsualKeyCodeV = 9;
-constexpr std::uint16_t UsualKeyCodeC = 8;
-/// Letters have the codes below this one.
-constexpr std::uint16_t EndOfLetterKeys = 51;
-
 // Seconds.
 constexpr double LeastPastingDelay = 0.005;
 constexpr double VMHelperDelay = 0.2;
 constexpr double VMHelperPause = 0.4;
-
-std::uint16_t keyCodeOfLetter(KeyboardLayouts& layouts, StringView letter, std::uint16_t usual) {
-    for (std::uint16_t keyCode = 0; keyCode < EndOfLetterKeys; ++keyCode)
-        if (layouts.stringForKeyCode(keyCode, 0) == letter)
-            return keyCode;
-    return usual;
-}
 
 /// A key and the EventFlag modifiers that it is pressed with.
 struct Chord {
@@ -65,13 +52,6 @@ std::optional<Chord> copyChord(const ContextInputSetting& setting, std::uint16_t
 }
 
 } // namespace
-
-// Layouts such as Dvorak have them elsewhere, and the user may change the layout at any time.
-void MacInputService::findShortcutKeys() {
-    KeyboardLayouts& layouts = desktop_.keyboardLayouts();
-    keyCodeV_ = keyCodeOfLetter(layouts, u"v", UsualKeyCodeV);
-    keyCodeC_ = keyCodeOfLetter(layouts, u"c", UsualKeyCodeC);
-}
 
 double MacInputService::paste(const OutputFragment& content,
                               const std::shared_ptr<ContextInputSetting>& contextInputSetting) {
