@@ -1,7 +1,5 @@
 #include "shell/AppDelegate.h"
 
-#include "input/SystemPasteboard.h"
-
 #include <utility>
 
 #include "Foundation/Log.h"
@@ -16,7 +14,6 @@ AppDelegate::AppDelegate(Desktop& desktop, PreferenceStore& preferences, RunLoop
       zpPreferences_(preferences), dataManager_(preferences, mainRunLoop, environment_.places,
                                                 environment_.formats, *environment_.clock),
       backups_(dataManager_, preferences, *environment_.clock),
-      snippetParser_(snippetEnvironmentWithPasteboard(desktop.pasteboard())),
       statusMenu_(dataManager_.snippetGroups(), snippetFormatter_,
                   [this](const auto& snippet) { itemAction(snippet); }),
       accessTest_(desktop, mainRunLoop) {

@@ -63,16 +63,6 @@ void AppDelegate::loadSimplePreferences() {
     const std::int64_t modifier = preferences_.integerForKey(Key::SnippetSelectorKeyModifier);
     autoText_->setPlayFeedbackSound(preferences_.boolForKey(Key::PlayFeedbackSound));
     autoText_->setSnippetSelectorKeyModifier(static_cast<std::uint64_t>(modifier));
-    macInputService_->setUseClipboard(preferences_.boolForKey(Key::UseClipboard));
-    macInputService_->setUseClipboardIn(preferences_.integerForKey(Key::UseClipboardIn));
-    macInputService_->setUseClipboardApplications(
-        preferences_.stringArrayForKey(Key::UseClipboardApplications));
-    macInputService_->clipboardDataProvider().setRestoreDelay(
-        preferences_.doubleForKey(Key::RestoreClipboardDelay));
-    macInputService_->setLongTextLength(preferences_.integerForKey(Key::LongTextLength));
-    macInputService_->setUseClipboardForLongText(
-        preferences_.boolForKey(Key::UseClipboardForLongText));
-    macInputService_->setRestoreClipboard(preferences_.boolForKey(Key::RestoreClipboard));
     macInputService_->setListenAtAnnotatedSession(
         preferences_.boolForKey(Key::ListenAtAnnotatedSession));
 }
