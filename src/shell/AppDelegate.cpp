@@ -4,6 +4,7 @@
 
 #include "Foundation/Log.h"
 #include "Foundation/PreferenceKeys.h"
+#include "input/SystemPasteboard.h"
 
 namespace dresk {
 
@@ -14,6 +15,7 @@ AppDelegate::AppDelegate(Desktop& desktop, PreferenceStore& preferences, RunLoop
       zpPreferences_(preferences), dataManager_(preferences, mainRunLoop, environment_.places,
                                                 environment_.formats, *environment_.clock),
       backups_(dataManager_, preferences, *environment_.clock),
+      snippetParser_(snippetEnvironmentWithPasteboard(desktop.pasteboard())),
       statusMenu_(dataManager_.snippetGroups(), snippetFormatter_,
                   [this](const auto& snippet) { itemAction(snippet); }),
       accessTest_(desktop, mainRunLoop) {
@@ -130,6 +132,10 @@ void AppDelegate::makeEngine() {
     autoText_->setSnippetParser(&snippetParser_);
     autoText_->setSnippetAdaptToAbbreviationCaseOption(static_cast<std::uint64_t>(
         preferences_.integerForKey(PreferenceKey::SnippetAdaptToAbbreviationCaseOption)));
+    autoText_->setSounds(desktop_.sounds());
+    macInputService_->setVMHelperWindow(userInterface_.vmHelperWindow());
+    if (auto* presenter = userInterface_.fieldsEditorPresenter())
+        autoText_->setFieldsEditorPresenter(*presenter);
     if (auto* controller = userInterface_.snippetSuggestionController())
         autoText_->setSnippetSuggestionController(*controller);
     if (auto* controller = userInterface_.snippetQuickSearchController())

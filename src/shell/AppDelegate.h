@@ -174,6 +174,8 @@ class AppDelegate {
     // Preferences.
     void loadFontSizeDelta();
     void loadFeedbackSound();
+    void loadEnginePreferences();
+    void loadServicePreferences();
     void onPreferenceChanged(PreferenceChangedEventArgs* args);
 
     // Hot keys.

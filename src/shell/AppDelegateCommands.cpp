@@ -63,23 +63,22 @@ void AppDelegate::makeSnippetFromSelection() {
     if (macInputService_ == nullptr)
         return;
     macInputService_->refreshContextInputSetting();
+    macInputService_->sendCopyCommandDelayed();
     mainRunLoop_.callAfter(SelectionCopyDelay, {this, "makeSnippetFromClipboard"},
                            [this] { makeSnippetFromClipboard(); });
 }
 
 void AppDelegate::suggestAbbreviations() {
-    autoText_->showSnippetSuggestion();
+    autoText_->suggestAbbreviations();
 }
 
 void AppDelegate::quickSearch() {
-    auto* controller = userInterface_.snippetQuickSearchController();
-    if (controller != nullptr && !controller->isVisible())
-        controller->showWindowAtCaret();
+    autoText_->quickSearch();
 }
 
 void AppDelegate::searchSnippets() {
-    if (auto* controller = userInterface_.snippetQuickSearchController())
-        controller->showWindowAtTopRightCorner();
+    if (autoText_ != nullptr)
+        autoText_->quickSearchAtTopRightCorner();
 }
 
 void AppDelegate::itemAction(const std::shared_ptr<Snippet>& snippet) {

@@ -14,6 +14,19 @@ constexpr std::array PreferenceNames{Key::FontSizeDelta, Key::ShowStatusIcon, Ke
 
 constexpr StringView CustomSound = u"Custom";
 
+/// The lines of a text as they stand, empty ones too; null stays null.
+std::optional<std::vector<String>> linesOf(const std::optional<String>& text) {
+    if (!text.has_value())
+        return std::nullopt;
+    std::vector<String> lines(1);
+    for (const char16_t unit : *text)
+        if (unit == u'\n')
+            lines.emplace_back();
+        else
+            lines.back() += unit;
+    return lines;
+}
+
 } // namespace
 
 void AppDelegate::loadPreferences() {
@@ -44,6 +57,7 @@ void AppDelegate::loadFontSizeDelta() {
     fontSizeDelta_ = delta;
     statusMenu_.setFontSizeDelta(delta);
     userInterface_.setFontSizeDelta(delta);
+    autoText_->notifyFontSizeDeltaChanged();
 }
 
 void AppDelegate::loadFeedbackSound() {
@@ -60,9 +74,42 @@ void AppDelegate::loadFeedbackSound() {
 }
 
 void AppDelegate::loadSimplePreferences() {
+    loadEnginePreferences();
+    loadServicePreferences();
+}
+
+void AppDelegate::loadEnginePreferences() {
+    DRFunctionAvailability availability;
+    availability.setAvailability(preferences_.integerForKey(Key::AutoCorrectIn));
+    availability.setApplications(preferences_.stringArrayForKey(Key::AutoCorrectApplications));
+    availability.setInputMethodsOption(
+        preferences_.integerForKey(Key::AutoCorrectInputMethodsOption));
+    availability.setInputMethods(preferences_.stringArrayForKey(Key::AutoCorrectInputMethods));
+    autoText_->setAutoCorrectAvailability(std::move(availability));
+    autoText_->setCapitalizeNewSentences(preferences_.boolForKey(Key::CapitalizeNewSentences));
+    autoText_->setCorrectDoubleCapitals(preferences_.boolForKey(Key::CorrectDoubleCapitals));
+    autoText_->setCapitalizationExcludedAbbreviations(
+        linesOf(preferences_.stringForKey(Key::CapitalizationExcludedAbbreviations))
+            .value_or(std::vector<String>()));
+    autoText_->setDoubleCapitalsCorrectionExclusion(
+        linesOf(preferences_.stringForKey(Key::DoubleCapitalsCorrectionExclusion)));
     const std::int64_t modifier = preferences_.integerForKey(Key::SnippetSelectorKeyModifier);
     autoText_->setPlayFeedbackSound(preferences_.boolForKey(Key::PlayFeedbackSound));
     autoText_->setSnippetSelectorKeyModifier(static_cast<std::uint64_t>(modifier));
+}
+
+void AppDelegate::loadServicePreferences() {
+    macInputService_->setUseClipboard(preferences_.boolForKey(Key::UseClipboard));
+    macInputService_->setUseClipboardIn(preferences_.integerForKey(Key::UseClipboardIn));
+    macInputService_->setUseClipboardApplications(
+        preferences_.stringArrayForKey(Key::UseClipboardApplications)
+            .value_or(std::vector<String>()));
+    macInputService_->clipboardDataProvider().setRestoreDelay(
+        preferences_.doubleForKey(Key::RestoreClipboardDelay));
+    macInputService_->setLongTextLength(preferences_.integerForKey(Key::LongTextLength));
+    macInputService_->setUseClipboardForLongText(
+        preferences_.boolForKey(Key::UseClipboardForLongText));
+    macInputService_->setRestoreClipboard(preferences_.boolForKey(Key::RestoreClipboard));
     macInputService_->setListenAtAnnotatedSession(
         preferences_.boolForKey(Key::ListenAtAnnotatedSession));
 }

@@ -81,6 +81,7 @@ int Application::run() {
                       [this] { appDelegate_.applicationDidFinishLaunching(); });
     mainRunLoop_.run();
     appDelegate_.applicationWillTerminate();
+    desktop_.pasteboard().handOver();
     return exitStatus_;
 }
 

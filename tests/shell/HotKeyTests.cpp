@@ -92,8 +92,10 @@ TEST_F(HotKeyTests, TwoOnTheSameKeysBothAct) {
 TEST_F(HotKeyTests, SelectionHasHalfASecondToBeCopied) {
     setHotKey(HotKey::MakeSnippetFromSelection, KeyModifier::Control, KeyA);
     launch();
+    desktop.eventTaps().clearPostedEvents();
     EXPECT_TRUE(press());
     time.advance(0.4);
+    EXPECT_FALSE(desktop.postedLines().empty()); // the copy command
     EXPECT_EQ(ui.takeLines(), Lines());
     time.advance(0.2);
     EXPECT_EQ(ui.takeLines(), (Lines{"showMacrosWindow", "makeSnippetFromClipboard"}));

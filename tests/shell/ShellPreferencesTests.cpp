@@ -86,6 +86,36 @@ TEST_F(ShellPreferencesTests, SyncedValuesArriveAsOneChange) {
     app->endObservingPreferences();
 }
 
+TEST_F(ShellPreferencesTests, CorrectionAndPastingFollowTheirPreferences) {
+    launch();
+    app->beginObservingPreferences();
+    EXPECT_EQ(typed(u"One. two "), u"One. two ");
+    preferences.setBool(true, Key::CapitalizeNewSentences);
+    EXPECT_EQ(typed(u"One. two "), u"One. Two ");
+    preferences.setString(u"etc.\nOne.", Key::CapitalizationExcludedAbbreviations);
+    EXPECT_EQ(typed(u"One. two "), u"One. two ");
+    preferences.setInteger(3, Key::AutoCorrectIn); // nowhere
+    EXPECT_EQ(typed(u"Two. three "), u"Two. three ");
+
+    const auto pasted = [this] {
+        desktop.eventTaps().clearPostedEvents();
+        typed(u"sig ");
+        const Lines lines = desktop.postedLines();
+        return std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
+            return line.find("Command-9") != std::string::npos;
+        });
+    };
+    EXPECT_FALSE(pasted());
+    preferences.setBool(true, Key::UseClipboard);
+    EXPECT_TRUE(pasted());
+    preferences.setBool(false, Key::UseClipboard);
+    preferences.setInteger(3, Key::LongTextLength);
+    EXPECT_TRUE(pasted());
+    preferences.setInteger(200, Key::LongTextLength); // wraps: nothing is long
+    EXPECT_FALSE(pasted());
+    app->endObservingPreferences();
+}
+
 struct Watcher {
     void onChange(PreferenceChangedEventArgs* args) { keys.push_back(args->key); }
     std::vector<String> keys;
