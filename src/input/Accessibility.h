@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <variant>
 #include <vector>
 
@@ -21,10 +22,12 @@ struct AXTextMarkerRange {
     std::shared_ptr<const void> range;
 };
 
-/// monostate: the application does not tell. Points have their origin at the top left of the first
-/// screen, and a Rect names its top-left corner; a Range counts 16-bit units.
-using AXValue = std::variant<std::monostate, String, Point, Size, Rect, Range, AXElement,
-                             std::vector<AXElement>, AXTextMarkerRange, AttributedString>;
+/// monostate: the application does not tell. Points have their origin at the top left of the
+/// desktop, and a Rect names its top-left corner; a Range counts 16-bit units; std::string holds
+/// the bytes of a document, as RTF is.
+using AXValue =
+    std::variant<std::monostate, String, Point, Size, Rect, Range, AXElement,
+                 std::vector<AXElement>, AXTextMarkerRange, AttributedString, std::string>;
 
 namespace AXAttribute {
 inline constexpr StringView FocusedUIElement = u"AXFocusedUIElement";

@@ -165,14 +165,15 @@ class Processes : public RunningApplications {
     virtual void setFrontProcess(ProcessSerialNumber process) = 0;
 };
 
-/// A screen, origin at the top left of the first one.
+/// A screen, origin at the top left of the desktop.
 struct Screen {
     Rect frame;
     /// Without panels and docks.
     Rect visibleFrame;
 };
 
-/// Screens and pointer; places have their origin at the top left of the first screen. Any thread.
+/// Screens and pointer; places have their origin at the top left of the desktop, which is that of
+/// the first screen unless the user has put other screens above or left of it. Any thread.
 class Screens {
   public:
     virtual ~Screens() = default;

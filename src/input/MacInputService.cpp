@@ -14,6 +14,15 @@ constexpr std::uint32_t KeyAndModifierEvents = KeyEvents | eventMask(EventType::
 constexpr std::uint32_t MouseEvents =
     eventMask(EventType::LeftMouseDown) | eventMask(EventType::RightMouseDown);
 
+// Where the keys are on most keyboards; serves layouts that do not type the letter at all.
+constexpr std::uint16_t UsualKeyCodeV = 9;
+constexpr std::uint16_t UsualKeyCodeC = 8;
+
+std::uint16_t keyCodeForLetter(const SRKeyCodeTransformer& transformer, StringView letter,
+                               std::uint16_t usual) {
+    return transformer.reverseTransformedValue(letter).value_or(usual);
+}
+
 } // namespace
 
 MacInputService::MacInputService(Desktop& desktop,
@@ -21,16 +30,25 @@ MacInputService::MacInputService(Desktop& desktop,
                                  RunLoop& mainRunLoop)
     : desktop_(desktop), bundleIdentifierResolver_(bundleIdentifierResolver),
       mainRunLoop_(mainRunLoop), dreskProcess_(desktop.processes().currentProcess()),
+      keyCodeTransformer_(desktop.keyboardLayouts()),
+      keyCodeV_(keyCodeForLetter(keyCodeTransformer_, u"V", UsualKeyCodeV)),
+      keyCodeC_(keyCodeForLetter(keyCodeTransformer_, u"C", UsualKeyCodeC)),
       keyDownEvent_(&mainRunLoop), keyUpEvent_(&mainRunLoop),
       inputContextChangedEvent_(&mainRunLoop),
       contextInputSetting_(std::make_shared<ContextInputSetting>()), lastKeyCode_(NotFound) {
-    desktop_.keyboardLayouts().setInputSourceChangedHandler(
-        [this] { inputSourceChangedEvent_.raise(nullptr); });
+    desktop_.keyboardLayouts().setInputSourceChangedHandler([this] {
+        // A key may be waiting on this thread, so the many names are read on the other.
+        mainRunLoop_.cancelAndCallAfter(0, {this, "regenerateStringToKeyCodeMapping"}, [this] {
+            keyCodeTransformer_.regenerateStringToKeyCodeMapping();
+        });
+        inputSourceChangedEvent_.raise(nullptr);
+    });
 }
 
 MacInputService::~MacInputService() {
     disableEvents();
     desktop_.keyboardLayouts().setInputSourceChangedHandler({});
+    mainRunLoop_.cancelAll(this);
 }
 
 void MacInputService::enableEvents() {

@@ -3,6 +3,8 @@
 #include <mutex>
 
 #include "input/Desktop.h"
+#include "input/SRKeyCodeTransformer.h"
+#include "input/VMHelperWindow.h"
 #include "seam/SystemInputService.h"
 
 namespace dresk {
@@ -12,7 +14,7 @@ struct SnippetGroupList;
 /// Sees every key and mouse press of the desktop before the application in front does, and types
 /// into that application. One instance exists. It is made and destroyed on the main thread; what
 /// names no thread below belongs to the tap thread. The sources stand by concern: capture, sending,
-/// fragments, rules; MacInputService.cpp has the life of taps and threads.
+/// fragments, rules, virtual machines; MacInputService.cpp has the life of taps and threads.
 class MacInputService final : public SystemInputService {
   public:
     /// All three outlive the service. `mainRunLoop` is the loop of the thread that calls this.
@@ -114,6 +116,9 @@ class MacInputService final : public SystemInputService {
     void endSending() { sending_ = false; }
     /// Types the text in blocks. Line ends and tabs go out as text, not as keys.
     void sendPlainText(StringView text);
+    /// The desktop's commands to paste and to copy.
+    void sendPasteCommand();
+    void sendCopyCommand();
     /// Presses and releases the key; `modifiers` holds EventFlag bits. None of these sets
     /// `sending`.
     void sendKey(std::uint16_t keyCode) { sendKey(keyCode, 0); }
@@ -127,6 +132,34 @@ class MacInputService final : public SystemInputService {
     /// Posts through the tap of the last key, or at the session where there is none or the target
     /// asks for it.
     void sendEvent(const DesktopEvent& event);
+
+    // The route of a paste into a virtual machine. Once begun it goes to its end.
+
+    /// The window that the route shows; null for none. It outlives the service or is taken back by
+    /// null. Main thread.
+    void setVMHelperWindow(VMHelperWindow* window) { vmHelperWindow_ = window; }
+    /// Begins the route: the clipboard is set, and the paste command follows 0.7 seconds later,
+    /// 0.9 behind backspaces that were kept back.
+    void showVMHelperDelayed(const ContextInputSetting& setting);
+    /// Backspaces kept back until the target has the focus again.
+    std::uint64_t backspaceCount() const { return backspaceCount_; }
+    void setBackspaceCount(std::uint64_t count) { backspaceCount_ = count; }
+    /// Sends the backspaces kept back.
+    void sendBackspaces();
+    /// Each hands the command to the tap thread and returns at once. Any thread.
+    void sendBackspacesDelayed();
+    void sendPasteCommandDelayed();
+    void sendCopyCommandDelayed();
+    /// Clicks where the pointer is. Any thread.
+    void sendMouseClick();
+    /// Clicks into the lower left of the helper window, wherever the pointer is. Main thread.
+    void sendMouseClickToVMHelperWindow();
+    /// From a place measured from below to one measured from the top of the screen that holds it;
+    /// the zero point for a place on no screen. Any thread.
+    static Point carbonScreenPointFromCocoaScreenPoint(Screens& screens, Point point);
+
+    /// Names of keys; follows the keyboard layout. Any thread.
+    const SRKeyCodeTransformer& keyCodeTransformer() const { return keyCodeTransformer_; }
 
   private:
     // Taps and threads.
@@ -154,6 +187,11 @@ class MacInputService final : public SystemInputService {
     bool handleFlagsChanged(std::int32_t modifiers);
     bool checkHotKeys(std::uint16_t keyCode);
 
+    // Virtual machines.
+    void showVMHelper(const ContextInputSetting& setting);
+    void activateAndPasteToVM(const ContextInputSetting& setting);
+    void handToTapThread(std::string_view operation, void (MacInputService::*step)());
+
     // Sending.
     void prepareSending();
     void sendOutputInternal(const std::shared_ptr<DROutput>& output);
@@ -170,6 +208,10 @@ class MacInputService final : public SystemInputService {
     BundleIdentifierResolver& bundleIdentifierResolver_;
     RunLoop& mainRunLoop_;
     const ProcessSerialNumber dreskProcess_;
+    SRKeyCodeTransformer keyCodeTransformer_;
+    /// Keys of the commands to paste and to copy, under the layout in which the service was made.
+    const std::uint16_t keyCodeV_;
+    const std::uint16_t keyCodeC_;
 
     ZPEvent keyDownEvent_;
     ZPEvent keyUpEvent_;
@@ -216,9 +258,11 @@ class MacInputService final : public SystemInputService {
     std::optional<String> lastKeyString_;
     std::int32_t keyModifier_ = 0;
     std::int64_t canceledKeyCode_ = NoKeyCode;
+    std::uint64_t backspaceCount_ = 0;
 
     // Main thread.
     std::unique_ptr<TapThread> tapThread_;
+    VMHelperWindow* vmHelperWindow_ = nullptr;
 };
 
 } // namespace dresk

@@ -25,6 +25,7 @@ class TextTarget {
     ~TextTarget();
 
     Kind kind() const { return kind_; }
+    const ChildProcess& process() const { return *process_; }
     /// The text that the application holds now.
     String text();
     /// Empties the field and forgets the keys.

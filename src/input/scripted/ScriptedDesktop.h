@@ -45,7 +45,7 @@ class ScriptedDesktop final : public Desktop {
     void holdModifiers(std::uint64_t flags);
     void pressMouse(EventType button = EventType::LeftMouseDown);
     void movePointer(Point location) { screens_.movePointer(location); }
-    /// "us" or "de"; others change nothing.
+    /// "us", "de" or "us(dvorak)"; others change nothing.
     void selectLayout(String identifier);
     /// Does the same on the tap thread as the user's operations do: at once in virtual time.
     void performOnTapThread(RunLoop::Call call);

@@ -18,7 +18,8 @@ class ScriptedKeyboard final : public KeyboardLayouts {
     }
 
     const ScriptedLayout& layout() const { return *layout_; }
-    /// "us" or "de"; false, and no change, for any other. Tap thread, as the handler runs here.
+    /// "us", "de" or "us(dvorak)"; false, and no change, for any other. Tap thread, as the handler
+    /// runs here.
     bool select(StringView identifier);
     /// What a press types, with the dead key before it. Tap thread.
     String typedString(std::uint16_t keyCode, std::uint64_t flags);

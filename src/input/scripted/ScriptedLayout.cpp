@@ -31,7 +31,8 @@ const UNormalizer2* normalizer() {
 const ScriptedLayout* ScriptedLayout::named(StringView identifier) {
     static const ScriptedLayout us = makeUS();
     static const ScriptedLayout german = makeGerman();
-    for (const ScriptedLayout* layout : {&us, &german})
+    static const ScriptedLayout dvorak = makeDvorak();
+    for (const ScriptedLayout* layout : {&us, &german, &dvorak})
         if (layout->identifier_ == identifier)
             return layout;
     return nullptr;
@@ -252,6 +253,20 @@ ScriptedLayout ScriptedLayout::makeGerman() {
                 {43, u",;"},
                 {47, u".:…"},
                 {44, u"-_–—"},
+            }};
+}
+
+ScriptedLayout ScriptedLayout::makeDvorak() {
+    return {u"us(dvorak)",
+            {
+                {50, u"`~"}, {18, u"1!"},  {19, u"2@"}, {20, u"3#"}, {21, u"4$"}, {23, u"5%"},
+                {22, u"6^"}, {26, u"7&"},  {28, u"8*"}, {25, u"9("}, {29, u"0)"}, {27, u"[{"},
+                {24, u"]}"}, {12, u"'\""}, {13, u",<"}, {14, u".>"}, {15, u"pP"}, {17, u"yY"},
+                {16, u"fF"}, {32, u"gG"},  {34, u"cC"}, {31, u"rR"}, {35, u"lL"}, {33, u"/?"},
+                {30, u"=+"}, {42, u"\\|"}, {0, u"aA"},  {1, u"oO"},  {2, u"eE"},  {3, u"uU"},
+                {5, u"iI"},  {4, u"dD"},   {38, u"hH"}, {40, u"tT"}, {37, u"nN"}, {41, u"sS"},
+                {39, u"-_"}, {6, u";:"},   {7, u"qQ"},  {8, u"jJ"},  {9, u"kK"},  {11, u"xX"},
+                {45, u"bB"}, {46, u"mM"},  {43, u"wW"}, {47, u"vV"}, {44, u"zZ"},
             }};
 }
 

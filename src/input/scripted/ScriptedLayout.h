@@ -22,7 +22,7 @@ class ScriptedLayout {
         bool isDead;
     };
 
-    /// "us" or "de"; null for any other name.
+    /// "us", "de" or "us(dvorak)"; null for any other name.
     static const ScriptedLayout* named(StringView identifier);
 
     const String& identifier() const { return identifier_; }
@@ -54,6 +54,7 @@ class ScriptedLayout {
     std::optional<KeyPress> find(char32_t unit, bool dead) const;
     static ScriptedLayout makeUS();
     static ScriptedLayout makeGerman();
+    static ScriptedLayout makeDvorak();
 
     String identifier_;
     std::array<Key, KeyCount> keys_{};

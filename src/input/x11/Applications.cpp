@@ -69,10 +69,12 @@ std::optional<String> DesktopFiles::identifierForWindowClass(const std::string& 
 }
 
 Applications::Applications(const XConnection& connection)
-    : connection_(connection), state_(connection.atom("WM_STATE")),
+    : connection_(connection), focusWindow_(connection), state_(connection.atom("WM_STATE")),
       processId_(connection.atom("_NET_WM_PID")),
       applicationId_(connection.atom("_GTK_APPLICATION_ID")),
-      activeWindow_(connection.atom("_NET_ACTIVE_WINDOW")), utf8_(connection.atom("UTF8_STRING")) {
+      activeWindow_(connection.atom("_NET_ACTIVE_WINDOW")),
+      windowManager_(connection.atom("_NET_SUPPORTING_WM_CHECK")),
+      utf8_(connection.atom("UTF8_STRING")) {
     const auto* resource = xcb_get_extension_data(connection_.get(), &xcb_res_id);
     hasResourceExtension_ = resource != nullptr && resource->present != 0;
 }
@@ -141,18 +143,35 @@ ProcessSerialNumber Applications::currentProcess() {
     return {0, static_cast<std::uint32_t>(getpid())};
 }
 
+// This program comes to the front without any of its windows being shown.
 void Applications::setFrontProcess(ProcessSerialNumber process) {
-    xcb_client_message_event_t message{};
+    if (process == currentProcess()) {
+        focusWindow_.takeFocus();
+        return;
+    }
+    xcb_window_t window = XCB_WINDOW_NONE;
     {
         const std::lock_guard lock(mutex_);
         const auto found = applications_.find(process.low);
-        if (found == applications_.end())
-            return;
-        message.window = found->second.window;
+        if (found != applications_.end())
+            window = found->second.window;
+    }
+    if (window != XCB_WINDOW_NONE)
+        activate(window);
+    focusWindow_.leave();
+}
+
+void Applications::activate(xcb_window_t window) {
+    if (connection_.property(connection_.root(), windowManager_, XCB_ATOM_WINDOW).empty()) {
+        xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
+        connection_.flush();
+        return;
     }
     constexpr std::uint32_t fromPager = 2;
+    xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
+    message.window = window;
     message.type = activeWindow_;
     message.data.data32[0] = fromPager;
     xcb_send_event(connection_.get(), 0, connection_.root(),

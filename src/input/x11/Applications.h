@@ -5,7 +5,7 @@
 #include <unordered_map>
 
 #include "input/Desktop.h"
-#include "input/x11/XConnection.h"
+#include "input/x11/FocusWindow.h"
 
 namespace dresk {
 
@@ -47,13 +47,16 @@ class Applications final : public Processes {
     xcb_window_t topLevelWindow(xcb_window_t window) const;
     std::uint32_t processOfWindow(xcb_window_t window, xcb_window_t topLevel) const;
     String identifierOfWindow(xcb_window_t topLevel) const;
+    void activate(xcb_window_t window);
 
     const XConnection& connection_;
     const DesktopFiles desktopFiles_;
+    FocusWindow focusWindow_;
     xcb_atom_t state_;
     xcb_atom_t processId_;
     xcb_atom_t applicationId_;
     xcb_atom_t activeWindow_;
+    xcb_atom_t windowManager_;
     xcb_atom_t utf8_;
     bool hasResourceExtension_;
     std::atomic<std::uint32_t> frontProcess_{0};

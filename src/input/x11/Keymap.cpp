@@ -185,6 +185,19 @@ std::uint64_t Keymap::flagsForModifiers(std::uint8_t modifiers) const {
     return flags;
 }
 
+std::uint8_t Keymap::modifiersForFlags(std::uint64_t flags) const {
+    unsigned modifiers = 0;
+    if ((flags & EventFlag::Shift) != 0)
+        modifiers |= XCB_MOD_MASK_SHIFT;
+    if ((flags & EventFlag::Control) != 0)
+        modifiers |= XCB_MOD_MASK_CONTROL;
+    if ((flags & EventFlag::Option) != 0)
+        modifiers |= optionModifier_;
+    if ((flags & EventFlag::Command) != 0)
+        modifiers |= commandModifier_;
+    return static_cast<std::uint8_t>(modifiers);
+}
+
 std::optional<CharacterStroke> Keymap::strokeForCharacter(char32_t character,
                                                           std::uint8_t group) const {
     const auto found = strokes_.find(character);

@@ -59,6 +59,7 @@ class Keymap {
 
     /// Shift, Control, Alt (Option) and Super (Command) as EventFlag bits, and back.
     std::uint64_t flagsForModifiers(std::uint8_t modifiers) const;
+    std::uint8_t modifiersForFlags(std::uint64_t flags) const;
     /// Modifiers of keys that lock: Caps Lock, Num Lock and the like.
     std::uint8_t lockModifiers() const { return lockModifiers_; }
     std::uint8_t optionModifier() const { return optionModifier_; }

@@ -1,8 +1,12 @@
 #include "input/x11/X11Desktop.h"
 
 #include "Foundation/Log.h"
+#include "input/freedesktop/AtspiAccessibility.h"
+#include "input/freedesktop/CanberraSounds.h"
 #include "input/x11/Applications.h"
+#include "input/x11/RootHotKeys.h"
 #include "input/x11/X11EventTaps.h"
+#include "input/x11/X11Screens.h"
 
 namespace dresk {
 
@@ -46,12 +50,6 @@ class X11KeyboardLayouts final : public KeyboardLayouts {
     X11EventTaps& taps_;
 };
 
-/// Accessibility is not asked on this desktop: nothing is known of any element.
-class NoAccessibility final : public Accessibility {
-  public:
-    AXElement applicationElement(ProcessSerialNumber /*process*/) override { return nullptr; }
-};
-
 /// A pasteboard that nobody else sees.
 class NoPasteboard final : public Pasteboard {
   public:
@@ -76,38 +74,6 @@ class NoPasteboard final : public Pasteboard {
         }
     };
     std::shared_ptr<Empty> contents_ = std::make_shared<Empty>();
-};
-
-class NoSounds final : public Sounds {
-  public:
-    std::shared_ptr<FeedbackSound> soundNamed(StringView /*name*/) override { return nullptr; }
-    std::shared_ptr<FeedbackSound> soundWithContentsOfFile(StringView /*path*/) override {
-        return nullptr;
-    }
-    void beep() override {}
-};
-
-class X11Screens final : public Screens {
-  public:
-    explicit X11Screens(XConnection& connection) : connection_(connection) {}
-
-    std::vector<Screen> screens() override {
-        const xcb_screen_t& screen = connection_.screen();
-        const Rect frame{0, 0, static_cast<double>(screen.width_in_pixels),
-                         static_cast<double>(screen.height_in_pixels)};
-        return {{frame, frame}};
-    }
-    Point pointerLocation() override {
-        const XPointer<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(
-            connection_.get(), xcb_query_pointer(connection_.get(), connection_.root()), nullptr));
-        if (reply == nullptr)
-            return {};
-        return {static_cast<double>(reply->root_x), static_cast<double>(reply->root_y)};
-    }
-    void postMouseEvent(EventType /*type*/, Point /*location*/) override {}
-
-  private:
-    XConnection& connection_;
 };
 
 class X11TapThread final : public TapThread {
@@ -138,9 +104,12 @@ class X11TapThread final : public TapThread {
 
 class X11Desktop final : public Desktop {
   public:
-    explicit X11Desktop(std::unique_ptr<XConnection> connection)
+    X11Desktop(std::unique_ptr<XConnection> connection, const char* displayName)
         : connection_(std::move(connection)), applications_(*connection_), taps_(*connection_),
-          layouts_(taps_), screens_(*connection_) {
+          layouts_(taps_), screens_(*connection_),
+          hotKeys_(displayName, [this](std::vector<RootChord> chords) {
+              taps_.setRootChords(std::move(chords));
+          }) {
         taps_.setFocusChangedHandler(
             [this](xcb_window_t window) { applications_.setFocusWindow(window); });
     }
@@ -148,15 +117,15 @@ class X11Desktop final : public Desktop {
     EventTaps& eventTaps() override { return taps_; }
     KeyboardLayouts& keyboardLayouts() override { return layouts_; }
     Processes& processes() override { return applications_; }
-    Accessibility& accessibility() override { return accessibility_; }
+    Accessibility& accessibility() override { return *accessibility_; }
 
     Pasteboard& pasteboard() override { return pasteboard_; }
     Screens& screens() override { return screens_; }
-    Sounds& sounds() override { return sounds_; }
-    std::unique_ptr<EventHotKey> registerEventHotKey(std::uint16_t /*keyCode*/,
-                                                     std::uint64_t /*flags*/, RunLoop& /*loop*/,
-                                                     std::function<void()> /*pressed*/) override {
-        return nullptr;
+    Sounds& sounds() override { return *sounds_; }
+    std::unique_ptr<EventHotKey> registerEventHotKey(std::uint16_t keyCode, std::uint64_t flags,
+                                                     RunLoop& loop,
+                                                     std::function<void()> pressed) override {
+        return hotKeys_.registerHotKey(keyCode, flags, loop, std::move(pressed));
     }
 
     std::unique_ptr<TapThread> startTapThread(std::function<void(RunLoop&)> body) override {
@@ -168,10 +137,11 @@ class X11Desktop final : public Desktop {
     Applications applications_;
     X11EventTaps taps_;
     X11KeyboardLayouts layouts_;
-    NoAccessibility accessibility_;
+    const std::unique_ptr<Accessibility> accessibility_ = makeAtspiAccessibility();
     NoPasteboard pasteboard_;
     X11Screens screens_;
-    NoSounds sounds_;
+    const std::unique_ptr<Sounds> sounds_ = makeCanberraSounds();
+    RootHotKeys hotKeys_;
 };
 
 } // namespace
@@ -180,7 +150,7 @@ std::unique_ptr<Desktop> makeX11Desktop(const char* displayName, std::string& er
     auto connection = XConnection::open(displayName, error);
     if (connection == nullptr)
         return nullptr;
-    return std::make_unique<X11Desktop>(std::move(connection));
+    return std::make_unique<X11Desktop>(std::move(connection), displayName);
 }
 
 } // namespace dresk

@@ -227,6 +227,17 @@ void X11EventTaps::setFocusChangedHandler(std::function<void(xcb_window_t)> hand
     focusChanged_ = std::move(handler);
 }
 
+void X11EventTaps::setRootChords(std::vector<RootChord> chords) {
+    const std::lock_guard lock(rootChordsMutex_);
+    rootChords_ = std::move(chords);
+}
+
+bool X11EventTaps::isRootChord(xcb_keycode_t code) const {
+    const std::lock_guard lock(rootChordsMutex_);
+    return std::find(rootChords_.begin(), rootChords_.end(), RootChord{code, lastFlags_}) !=
+           rootChords_.end();
+}
+
 void X11EventTaps::reloadKeymap() {
     keymapIsStale_ = false;
     auto keymap = Keymap::load(connection_, spareKeys_.ownCodes());

@@ -3,6 +3,7 @@
 #include "Foundation/PollRunLoop.h"
 #include "input/Desktop.h"
 #include "input/x11/KeyWriter.h"
+#include "input/x11/RootHotKeys.h"
 #include "input/x11/Watchdog.h"
 
 namespace dresk {
@@ -31,6 +32,8 @@ class X11EventTaps final : public EventTaps {
     std::uint8_t group() const { return group_; }
     /// Called on the tap thread when layout or group changed.
     void setInputSourceChangedHandler(std::function<void()> handler);
+    /// Chords that go to this program itself and not to the grab. Any thread.
+    void setRootChords(std::vector<RootChord> chords);
     /// Called on the tap thread with the window that has received the focus, 0 for none.
     void setFocusChangedHandler(std::function<void(xcb_window_t)> handler);
 
@@ -56,6 +59,7 @@ class X11EventTaps final : public EventTaps {
     void handleStash();
     void reportStall();
     void noteMissedKey();
+    bool isRootChord(xcb_keycode_t code) const;
     void checkExpectedKey();
     void write(const GrabbedPress* pending, bool swallow);
     void writeAnswer(xcb_keycode_t code, const KeyboardState& state, bool swallow);
@@ -74,6 +78,8 @@ class X11EventTaps final : public EventTaps {
     KeyTranslator translator_;
     mutable std::mutex keymapMutex_;
     std::shared_ptr<const Keymap> keymap_;
+    mutable std::mutex rootChordsMutex_;
+    std::vector<RootChord> rootChords_;
     bool keymapIsStale_ = false;
     bool grabIsRefused_ = false;
     std::atomic<std::uint8_t> group_{0};

@@ -144,7 +144,8 @@ void X11EventTaps::handleRaw(const RawKey& key) {
     if (key.press) {
         if (expectedCode_ != 0)
             noteMissedKey();
-        if (grab_.isHeld())
+        expectedCode_ = 0;
+        if (grab_.isHeld() && !isRootChord(key.code))
             expectedCode_ = key.code;
         return;
     }
