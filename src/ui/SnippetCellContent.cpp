@@ -48,9 +48,8 @@ SnippetCellContent cellContentOfSnippet(const Snippet& snippet, const SnippetFor
     const SnippetGroup* group = snippet.parentGroup();
     if (group != nullptr && group->hasAbbreviationPrefix())
         content.abbreviationPrefix = *group->abbreviationPrefix();
-    const Range match =
-        rangeOfString(content.abbreviationPrefix + content.abbreviation, filter.value_or(String()),
-                      CompareOptions::CaseInsensitive);
+    const Range match = rangeOfString(content.abbreviationPrefix + content.abbreviation,
+                                      filter.value_or(String()), CompareOptions::CaseInsensitive);
     if (match.location != NotFound)
         content.abbreviationMatch = match;
     return content;
