@@ -172,10 +172,9 @@ Rect ListPanel::windowFrame() const {
     return windowFrame_;
 }
 
-void ListPanel::takeKeyboard(std::uint64_t window) {
+bool ListPanel::takeKeyboard(std::uint64_t window) {
     const std::lock_guard lock(mutex_);
-    if (visible_)
-        desktop_.keyboardFocus().take(window);
+    return visible_ && desktop_.keyboardFocus().take(window);
 }
 
 bool ListPanel::close() {

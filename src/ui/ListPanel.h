@@ -48,8 +48,9 @@ class ListPanel {
     bool isVisible() const { return visible_; }
     /// In the desktop's measure; zero while the window was never shown. Any thread.
     Rect windowFrame() const;
-    /// The window can be seen: the moment to give it the keyboard.
-    void takeKeyboard(std::uint64_t window);
+    /// The window can be seen: the moment to give it the keyboard. False when the desktop refuses,
+    /// and when the panel has been closed meanwhile.
+    bool takeKeyboard(std::uint64_t window);
 
     /// Shows the rows anew and selects the first.
     void reloadData();

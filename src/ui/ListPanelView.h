@@ -30,7 +30,7 @@ class ListPanelEvents {
 };
 
 /// The window of a floating list: at most ten rows tall, it never takes the keyboard focus. Frames
-/// are those of the desktop: its units, origin at the top left of the first screen. Lengths named
+/// are those of the desktop: its units, origin at its top left corner. Lengths named
 /// as points are those of drawing, of which a dense screen has several units each. Main thread.
 class ListPanelView {
   public:
@@ -68,8 +68,8 @@ class QuickSearchPanelEvents : public ListPanelEvents {
     virtual void onSearchByChanged(unsigned bit) = 0;
     virtual void flipWildcardSearchOption() = 0;
     /// The window can be seen now and could have the keyboard. `window` is the desktop's name of
-    /// it.
-    virtual void windowDidAppear(std::uint64_t window) = 0;
+    /// it. False when it was refused.
+    virtual bool windowDidAppear(std::uint64_t window) = 0;
     virtual void windowDidResignKey() = 0;
 };
 

@@ -92,10 +92,10 @@ SnippetGroup::Items QuickSearchPanelController::search() const {
         return snippets;
     const std::shared_lock lock(snippetGroups_->lock);
     SnippetGroupArray orderedGroups;
-    const auto found = SnippetSearch::filter(filter_, snippetGroups_->groups, isWildcardSearch(),
+    const auto found = SnippetSearch::filter(*filter_, snippetGroups_->groups, isWildcardSearch(),
                                              searchBy(), orderedGroups, true);
     for (const auto& group : orderedGroups) {
-        const SnippetGroup::Items& items = found->at(group.get());
+        const SnippetGroup::Items& items = found->at(group);
         snippets.insert(snippets.end(), items.begin(), items.end());
     }
     return snippets;

@@ -50,7 +50,7 @@ class QuickSearchPanelController final : public SnippetQuickSearchController,
     void keyUp(std::uint16_t key) override;
     void onSearchByChanged(unsigned bit) override;
     void flipWildcardSearchOption() override;
-    void windowDidAppear(std::uint64_t window) override { panel_.takeKeyboard(window); }
+    bool windowDidAppear(std::uint64_t window) override { return panel_.takeKeyboard(window); }
     void windowDidResignKey() override { panel_.close(); }
 
     void prepareToShow();

@@ -9,7 +9,7 @@ namespace dresk {
 
 /// Screens measured as accessibility measures, from the lower left: y grows upwards from the lower
 /// edge of the first screen, and the origin of a frame is its lower-left corner. The desktop itself
-/// counts from the top left of the first screen, in the same units. Here alone the two meet.
+/// counts from its top left corner, in the same units. Here alone the two meet.
 class ScreenSpace {
   public:
     explicit ScreenSpace(const std::vector<Screen>& screens);

@@ -32,6 +32,8 @@ bool QtRunLoop::event(QEvent* event) {
     if (event->type() != QEvent::User)
         return QObject::event(event);
     wakePosted_ = false;
+    if (stopped_)
+        QCoreApplication::exit();
     armTimer();
     return true;
 }
@@ -98,14 +100,7 @@ void QtRunLoop::run() {
 
 void QtRunLoop::stop() {
     stopped_ = true;
-    // The call may find that run has returned already, or runs anew.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            if (stopped_)
-                QCoreApplication::exit();
-        },
-        Qt::QueuedConnection);
+    wake();
 }
 
 } // namespace dresk

@@ -72,9 +72,17 @@ void QuickSearchPanelWindow::focusTextField() {
     field_->textField().selectAll();
 }
 
+void QuickSearchPanelWindow::orderFront() {
+    waitsForKeyboard_ = waitsForKeyboard_ || !isVisible();
+    ListPanelWindow::orderFront();
+}
+
+// What tells that the window can be seen may still speak of the last time; then the keyboard is
+// refused, and the next word counts.
 void QuickSearchPanelWindow::askForKeyboard() {
-    if (windowHandle()->isExposed() && !isActiveWindow())
-        events_.windowDidAppear(winId());
+    if (!waitsForKeyboard_ || !windowHandle()->isExposed())
+        return;
+    waitsForKeyboard_ = !events_.windowDidAppear(winId());
 }
 
 bool QuickSearchPanelWindow::event(QEvent* event) {
@@ -87,9 +95,7 @@ bool QuickSearchPanelWindow::event(QEvent* event) {
         break;
     case QEvent::Hide:
         pressedKeys_.clear();
-        break;
-    case QEvent::MouseButtonPress:
-        askForKeyboard();
+        waitsForKeyboard_ = false;
         break;
     default:
         break;

@@ -14,6 +14,7 @@ class QuickSearchPanelWindow final : public ListPanelWindow {
     QuickSearchPanelWindow(const ListPanelRows& rows, QuickSearchPanelEvents& events);
     ~QuickSearchPanelWindow() override;
 
+    void orderFront();
     void setFilter(const String& filter);
     void setSearchMenu(std::uint64_t searchBy, bool isWildcard);
     void focusTextField();
@@ -28,6 +29,9 @@ class QuickSearchPanelWindow final : public ListPanelWindow {
 
     QuickSearchPanelEvents& events_;
     QuickSearchField* field_;
+    /// Shown, but not yet seen. Qt's own word on who is active comes too late here: it holds a loss
+    /// of the focus back for a while.
+    bool waitsForKeyboard_ = false;
     /// Steering keys that went down here: only their release counts, so that a key which ended an
     /// input method's word, or which another window had, does nothing.
     std::set<int> pressedKeys_;

@@ -1,6 +1,7 @@
 #include "ui/qt/SnippetCell.h"
 
 #include <algorithm>
+#include <set>
 
 #include "ui/qt/QtText.h"
 
@@ -42,11 +43,21 @@ QTextCharFormat hitInTitle() {
     return format;
 }
 
-QTextCharFormat hitInAbbreviation(const QColor& color) {
-    QTextCharFormat format = colored(color);
-    format.setFontUnderline(true);
-    format.setUnderlineColor(Qt::yellow);
-    return format;
+/// The prefix in cyan in front of the rest, and the hit underlined in either.
+QList<QTextLayout::FormatRange> formatsOfAbbreviation(std::uint64_t length,
+                                                      std::uint64_t prefixLength, Range match) {
+    QList<QTextLayout::FormatRange> formats;
+    std::set<std::uint64_t> edges{0, prefixLength, match.location, match.end(), length};
+    edges.erase(edges.upper_bound(length), edges.end());
+    for (auto edge = edges.begin(); *edge < length; ++edge) {
+        QTextCharFormat format = colored(*edge < prefixLength ? Qt::cyan : Qt::white);
+        if (*edge >= match.location && *edge < match.end()) {
+            format.setFontUnderline(true);
+            format.setUnderlineColor(Qt::yellow);
+        }
+        formats.append(formatRange({*edge, *std::next(edge) - *edge}, format));
+    }
+    return formats;
 }
 
 void drawLine(QPainter& painter, const QRect& rect, const QString& text, const QFont& font,
@@ -55,6 +66,7 @@ void drawLine(QPainter& painter, const QRect& rect, const QString& text, const Q
     QTextOption option;
     option.setWrapMode(QTextOption::NoWrap);
     layout.setTextOption(option);
+    layout.setFormats(formats);
     layout.beginLayout();
     QTextLine line = layout.createLine();
     layout.endLayout();
@@ -62,8 +74,7 @@ void drawLine(QPainter& painter, const QRect& rect, const QString& text, const Q
         return;
     painter.save();
     painter.setClipRect(rect, Qt::IntersectClip);
-    layout.draw(&painter, QPointF(rect.x(), rect.y() + (rect.height() - line.height()) / 2),
-                formats);
+    layout.draw(&painter, QPointF(rect.x(), rect.y() + (rect.height() - line.height()) / 2));
     painter.restore();
 }
 
@@ -112,23 +123,12 @@ int drawPill(QPainter& painter, const QRect& rect, const SnippetCellContent& con
     painter.drawRoundedRect(pill, height / 2.0, height / 2.0);
 
     const QRect inside = pill.adjusted(PillPadding / 2, 0, -PillPadding / 2, 0);
-    const QString text = metrics.elidedText(whole, Qt::ElideRight, inside.width());
-    const auto length = static_cast<std::uint64_t>(text.size());
-    const std::uint64_t prefixLength = std::min<std::uint64_t>(prefix.size(), length);
-    QList<QTextLayout::FormatRange> formats{
-        formatRange({0, prefixLength}, colored(Qt::cyan)),
-        formatRange({prefixLength, length - prefixLength}, colored(Qt::white))};
-    const Range match = content.abbreviationMatch;
-    if (match.location < prefixLength)
-        formats.append(
-            formatRange({match.location, std::min(match.length, prefixLength - match.location)},
-                        hitInAbbreviation(Qt::cyan)));
-    if (match.end() > prefixLength && match.length > 0) {
-        const std::uint64_t start = std::max(match.location, prefixLength);
-        formats.append(formatRange({start, std::min(match.end(), length) - std::min(start, length)},
-                                   hitInAbbreviation(Qt::white)));
-    }
-    drawLine(painter, inside, text, font, formats);
+    // Widths are rounded.
+    const QString text = metrics.elidedText(whole, Qt::ElideRight, inside.width() + 1);
+    drawLine(painter, inside, text, font,
+             formatsOfAbbreviation(static_cast<std::uint64_t>(text.size()),
+                                   static_cast<std::uint64_t>(prefix.size()),
+                                   content.abbreviationMatch));
     return width;
 }
 
