@@ -189,6 +189,20 @@ class Screens {
     virtual void postMouseEvent(EventType type, Point location) = 0;
 };
 
+/// The keyboard for a window of this program that no window manager looks after: a panel in which
+/// the user types while the application behind it stays in front. Any thread.
+class KeyboardFocus {
+  public:
+    virtual ~KeyboardFocus() = default;
+    /// Gives the keyboard to a visible window, by the desktop's own name of it, and remembers which
+    /// window had it. False when the desktop refuses. The process in front stays what it was.
+    virtual bool take(std::uint64_t window) = 0;
+    /// Gives it back to the window that had it; behind the return, what is typed goes there. True
+    /// too when the user has given it to another window meanwhile, which keeps it; false when
+    /// nothing was taken or the window has gone.
+    virtual bool giveBack() = 0;
+};
+
 /// A chord registered with the desktop as a whole, until this is destroyed.
 class EventHotKey {
   public:
@@ -209,6 +223,7 @@ class Desktop {
     virtual Accessibility& accessibility() = 0;
     virtual Pasteboard& pasteboard() = 0;
     virtual Screens& screens() = 0;
+    virtual KeyboardFocus& keyboardFocus() = 0;
     virtual Sounds& sounds() = 0;
     /// Calls `pressed` on `loop` whenever the chord is pressed, taps or not. `flags` holds
     /// EventFlag modifiers. Null when the desktop refuses, for instance because another program has

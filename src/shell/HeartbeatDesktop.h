@@ -19,6 +19,7 @@ class HeartbeatDesktop final : public Desktop {
     Accessibility& accessibility() override { return desktop_.accessibility(); }
     Pasteboard& pasteboard() override { return desktop_.pasteboard(); }
     Screens& screens() override { return desktop_.screens(); }
+    KeyboardFocus& keyboardFocus() override { return desktop_.keyboardFocus(); }
     Sounds& sounds() override { return desktop_.sounds(); }
     std::unique_ptr<EventHotKey> registerEventHotKey(std::uint16_t keyCode, std::uint64_t flags,
                                                      RunLoop& loop,

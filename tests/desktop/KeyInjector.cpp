@@ -254,6 +254,14 @@ std::vector<KeyInjector::TimedKey> KeyInjector::plan(const std::vector<KeyStroke
     return keys;
 }
 
+// The inner display fills the outer one, so that places are the same on both.
+void KeyInjector::movePointer(int x, int y) {
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(outer_)).data->root;
+    xcb_test_fake_input(outer_, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, root,
+                        static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
+    xcb_flush(outer_);
+}
+
 void KeyInjector::click() {
     for (const std::uint8_t type : {XCB_BUTTON_PRESS, XCB_BUTTON_RELEASE})
         xcb_test_fake_input(outer_, type, XCB_BUTTON_INDEX_1, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0,

@@ -38,6 +38,8 @@ class KeyInjector {
     void press(std::uint8_t key);
     void release(std::uint8_t key);
     void tap(std::uint8_t key, double hold = 0.009);
+    /// Moves the pointer to a place on the inner display.
+    void movePointer(int x, int y);
     /// Presses and releases the left button where the pointer is.
     void click();
     /// Taps Caps Lock and waits until both displays agree on it: the nested server presses the key
@@ -55,8 +57,10 @@ class KeyInjector {
     static constexpr std::uint8_t LeftControl = 37;
     static constexpr std::uint8_t LeftShift = 50;
     static constexpr std::uint8_t Space = 65;
+    static constexpr std::uint8_t Up = 111;
     static constexpr std::uint8_t Left = 113;
     static constexpr std::uint8_t Right = 114;
+    static constexpr std::uint8_t Down = 116;
 
   private:
     struct TimedKey {

@@ -2,6 +2,7 @@
 
 #include "Foundation/VirtualRunLoop.h"
 #include "input/scripted/ScriptedEventTaps.h"
+#include "input/scripted/ScriptedKeyboardFocus.h"
 #include "input/scripted/ScriptedPasteboard.h"
 #include "input/scripted/ScriptedScreens.h"
 #include "input/scripted/ScriptedSounds.h"
@@ -27,6 +28,7 @@ class ScriptedDesktop final : public Desktop {
     Accessibility& accessibility() override { return applications_; }
     ScriptedPasteboard& pasteboard() override { return pasteboard_; }
     ScriptedScreens& screens() override { return screens_; }
+    ScriptedKeyboardFocus& keyboardFocus() override { return keyboardFocus_; }
     ScriptedSounds& sounds() override { return sounds_; }
     std::unique_ptr<EventHotKey> registerEventHotKey(std::uint16_t keyCode, std::uint64_t flags,
                                                      RunLoop& loop,
@@ -76,6 +78,7 @@ class ScriptedDesktop final : public Desktop {
     ProcessSerialNumber editor_;
     PerformingThread* tapThread_ = nullptr;
     ScriptedScreens screens_;
+    ScriptedKeyboardFocus keyboardFocus_;
     ScriptedSounds sounds_;
 };
 

@@ -79,6 +79,8 @@ void Applications::setFocusWindow(xcb_window_t window) {
         frontProcess_ = 0;
         return;
     }
+    if (window == panelWindow_)
+        return;
     const xcb_window_t topLevel = topLevelWindow(window);
     const std::uint32_t process = processOfWindow(window, topLevel);
     Application application{identifierOfWindow(topLevel), topLevel};

@@ -31,6 +31,9 @@ class Applications final : public Processes {
 
     /// Learns which process owns the window; 0 for none. Tap thread.
     void setFocusWindow(xcb_window_t window);
+    /// The window of this program that has the focus without coming to the front; 0 for none. Any
+    /// thread.
+    void setPanelWindow(xcb_window_t window) { panelWindow_ = window; }
 
     ProcessSerialNumber currentProcess() override;
     ProcessSerialNumber frontProcess() override { return {0, frontProcess_}; }
@@ -59,6 +62,7 @@ class Applications final : public Processes {
     xcb_atom_t windowManager_;
     xcb_atom_t utf8_;
     std::atomic<std::uint32_t> frontProcess_{0};
+    std::atomic<xcb_window_t> panelWindow_{XCB_WINDOW_NONE};
     std::mutex mutex_;
     std::unordered_map<std::uint32_t, Application> applications_;
 };

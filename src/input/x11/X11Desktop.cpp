@@ -6,6 +6,7 @@
 #include "input/x11/Applications.h"
 #include "input/x11/RootHotKeys.h"
 #include "input/x11/X11EventTaps.h"
+#include "input/x11/X11KeyboardFocus.h"
 #include "input/x11/X11Pasteboard.h"
 #include "input/x11/X11Screens.h"
 
@@ -83,6 +84,7 @@ class X11Desktop final : public Desktop {
                const char* displayName)
         : connection_(std::move(connection)), applications_(*connection_), taps_(*connection_),
           layouts_(taps_), pasteboard_(std::move(pasteboard)), screens_(*connection_),
+          keyboardFocus_(*connection_, applications_),
           hotKeys_(displayName, [this](std::vector<RootChord> chords) {
               taps_.setRootChords(std::move(chords));
           }) {
@@ -97,6 +99,7 @@ class X11Desktop final : public Desktop {
 
     Pasteboard& pasteboard() override { return *pasteboard_; }
     Screens& screens() override { return screens_; }
+    KeyboardFocus& keyboardFocus() override { return keyboardFocus_; }
     Sounds& sounds() override { return *sounds_; }
     std::unique_ptr<EventHotKey> registerEventHotKey(std::uint16_t keyCode, std::uint64_t flags,
                                                      RunLoop& loop,
@@ -116,6 +119,7 @@ class X11Desktop final : public Desktop {
     const std::unique_ptr<Accessibility> accessibility_ = makeAtspiAccessibility();
     const std::unique_ptr<X11Pasteboard> pasteboard_;
     X11Screens screens_;
+    X11KeyboardFocus keyboardFocus_;
     const std::unique_ptr<Sounds> sounds_ = makeCanberraSounds();
     RootHotKeys hotKeys_;
 };
