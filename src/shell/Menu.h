@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "Foundation/Geometry.h"
@@ -10,6 +11,16 @@
 namespace dresk {
 
 struct Menu;
+
+/// How a menu shows a snippet: the item's title at the left, cut to fit, and the abbreviation at
+/// the right.
+struct SnippetRow {
+    /// In points.
+    Size size;
+    /// Prefix of the group, shown in front of the abbreviation; both may be empty.
+    String prefix;
+    String abbreviation;
+};
 
 /// One line of a menu, as plain data. Main thread, like all menus.
 struct MenuItem {
@@ -22,9 +33,8 @@ struct MenuItem {
     /// Whether the item is a switch, and its state.
     bool isSwitch = false;
     bool isChecked = false;
-    /// A snippet's row: the size to draw it in, in points, and its title cut to fit. Zero for
-    /// ordinary items.
-    Size rowSize{};
+    /// Null for ordinary items.
+    std::optional<SnippetRow> row;
     /// Called after the menu has closed, so that the application in front has the focus again.
     /// Empty for items that do nothing.
     std::function<void()> action;
