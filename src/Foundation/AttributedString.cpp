@@ -7,12 +7,15 @@
 namespace dresk {
 
 bool operator==(const TextAttributes& a, const TextAttributes& b) {
-    const bool sameAttachment =
-        a.attachment == b.attachment ||
-        (a.attachment != nullptr && b.attachment != nullptr && *a.attachment == *b.attachment);
-    return sameAttachment && a.font == b.font && a.foregroundColor == b.foregroundColor &&
+    const auto sameObject = [](const auto& x, const auto& y) {
+        return x == y || (x != nullptr && y != nullptr && *x == *y);
+    };
+    return sameObject(a.attachment, b.attachment) && sameObject(a.textBlock, b.textBlock) &&
+           a.font == b.font && a.foregroundColor == b.foregroundColor &&
            a.backgroundColor == b.backgroundColor && a.alignment == b.alignment &&
-           a.underlineStyle == b.underlineStyle && a.link == b.link && a.toolTip == b.toolTip &&
+           a.underlineStyle == b.underlineStyle && a.strikethroughStyle == b.strikethroughStyle &&
+           a.superscript == b.superscript && a.firstLineHeadIndent == b.firstLineHeadIndent &&
+           a.headIndent == b.headIndent && a.link == b.link && a.toolTip == b.toolTip &&
            a.paragraphStyle == b.paragraphStyle && a.others == b.others;
 }
 

@@ -10,7 +10,6 @@ namespace dresk {
 namespace {
 
 constexpr std::size_t MaximumDepth = 2000;
-constexpr char16_t AttachmentCharacter = u'\uFFFC';
 
 constexpr std::array<std::string_view, 34> SkippedDestinations{"stylesheet",
                                                                "info",

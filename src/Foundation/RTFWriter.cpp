@@ -8,7 +8,6 @@ namespace dresk {
 
 namespace {
 
-constexpr char16_t AttachmentCharacter = u'\uFFFC';
 
 /// Writes text and runs; the tables in the header are collected on the way.
 class RTFWriter {

@@ -32,6 +32,9 @@ struct TextFont {
 
 enum class TextAlignment { Left = 0, Right = 1, Center = 2, Justified = 3, Natural = 4 };
 
+/// Stands in the text where an attachment is.
+inline constexpr char16_t AttachmentCharacter = u'\uFFFC';
+
 /// A file inside the text, at U+FFFC.
 struct TextAttachment {
     String preferredFilename;
@@ -42,6 +45,29 @@ struct TextAttachment {
     friend bool operator==(const TextAttachment&, const TextAttachment&) = default;
 };
 
+/// A table in the text. Two tables are the same only if they are one object.
+struct TextTable {
+    enum class LayoutAlgorithm { Automatic = 0, Fixed = 1 };
+    int numberOfColumns = 1;
+    LayoutAlgorithm layoutAlgorithm = LayoutAlgorithm::Automatic;
+};
+
+/// A cell: the paragraphs that carry it stand in it. Cells of a row follow each other in the text.
+/// It goes into the other text forms, but into no archive.
+struct TextTableBlock {
+    std::shared_ptr<const TextTable> table;
+    /// Rows and columns count from 0.
+    int startingRow = 0;
+    int rowSpan = 1;
+    int startingColumn = 0;
+    int columnSpan = 1;
+    /// Points, on all sides.
+    double padding = 0;
+    /// Percent of the table's width; 0 leaves it to the reader.
+    double width = 0;
+    friend bool operator==(const TextTableBlock&, const TextTableBlock&) = default;
+};
+
 /// What a run of text can carry. Absent members stand for the reader's default.
 struct TextAttributes {
     std::optional<TextFont> font;
@@ -50,8 +76,17 @@ struct TextAttributes {
     std::optional<TextAlignment> alignment;
     /// The paragraph style that was read, of which `alignment` is a part; the rest is kept.
     ArchivedValue paragraphStyle;
+    /// Points from the leading margin, of a paragraph's first line and of its other lines.
+    double firstLineHeadIndent = 0;
+    double headIndent = 0;
+    /// Null outside of tables.
+    std::shared_ptr<const TextTableBlock> textBlock;
     /// 0 none, 1 single; other values as the archive has them.
     std::int64_t underlineStyle = 0;
+    /// As `underlineStyle`.
+    std::int64_t strikethroughStyle = 0;
+    /// Steps above the line, or below it where negative.
+    std::int64_t superscript = 0;
     std::optional<String> link;
     std::optional<String> toolTip;
     std::shared_ptr<const TextAttachment> attachment;

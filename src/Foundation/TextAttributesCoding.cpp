@@ -1,5 +1,6 @@
 #include <array>
 #include <charconv>
+#include <cmath>
 
 #include "Foundation/AttributedStringCoding.h"
 #include "Foundation/FileWrapper.h"
@@ -95,6 +96,20 @@ std::optional<TextAttachment> decodeAttachment(const ArchivedObject& object) {
     return attachment;
 }
 
+double points(const ArchivedObject& object, StringView key) {
+    const double value = object.real(key);
+    return std::isfinite(value) ? value : 0;
+}
+
+struct NumberAttribute {
+    StringView name;
+    std::int64_t TextAttributes::*member;
+};
+constexpr std::array<NumberAttribute, 3> NumberAttributes{
+    {{u"NSUnderline", &TextAttributes::underlineStyle},
+     {u"NSStrikethrough", &TextAttributes::strikethroughStyle},
+     {u"NSSuperScript", &TextAttributes::superscript}}};
+
 /// Decodes one attribute; false leaves it to be kept as it is.
 bool decodeAttribute(TextAttributes& attributes, StringView name, const ArchivedObject& value) {
     if (name == u"NSFont") {
@@ -114,13 +129,16 @@ bool decodeAttribute(TextAttributes& attributes, StringView name, const Archived
         attributes.alignment = alignment >= 0 && alignment <= 4
                                    ? static_cast<TextAlignment>(alignment)
                                    : TextAlignment::Natural;
+        attributes.firstLineHeadIndent = points(value, u"NSFirstLineHeadIndent");
+        attributes.headIndent = points(value, u"NSHeadIndent");
         attributes.paragraphStyle = value.archived();
         return true;
     }
-    if (name == u"NSUnderline" && value.integer().has_value()) {
-        attributes.underlineStyle = *value.integer();
-        return attributes.underlineStyle != 0;
-    }
+    for (const NumberAttribute& number : NumberAttributes)
+        if (name == number.name && value.integer().has_value()) {
+            attributes.*number.member = *value.integer();
+            return *value.integer() != 0;
+        }
     if (name == u"NSLink")
         return (attributes.link = decodeLink(value)).has_value();
     if (name == u"NSToolTip")
@@ -201,19 +219,32 @@ UID encodeParagraphStyle(KeyedArchiver& archiver, const TextAttributes& attribut
     const PropertyList value = alignment == TextAlignment::Natural
                                    ? PropertyList()
                                    : PropertyList(static_cast<std::int64_t>(alignment));
+    const auto indent = [](double points) {
+        return points == 0 ? PropertyList() : PropertyList(points);
+    };
+    const PropertyList firstLine = indent(attributes.firstLineHeadIndent);
+    const PropertyList head = indent(attributes.headIndent);
     if (attributes.paragraphStyle) {
         const ArchivedValue& style = attributes.paragraphStyle;
         KeyedUnarchiver unarchiver(*style.graph());
         const ArchivedObject object = unarchiver.objectWithNumber(style.index());
         const std::int64_t written =
             object.containsValue(u"NSAlignment") ? object.integer(u"NSAlignment") : 4;
-        if (written == static_cast<std::int64_t>(alignment))
+        if (written == static_cast<std::int64_t>(alignment) &&
+            points(object, u"NSFirstLineHeadIndent") == attributes.firstLineHeadIndent &&
+            points(object, u"NSHeadIndent") == attributes.headIndent)
             return archiver.addArchived(style);
-        return archiver.addArchived(style, {{StringView(u"NSAlignment"), value}});
+        return archiver.addArchived(style, {{StringView(u"NSAlignment"), value},
+                                            {StringView(u"NSFirstLineHeadIndent"), firstLine},
+                                            {StringView(u"NSHeadIndent"), head}});
     }
     KeyedArchiver::Object object(archiver, ParagraphStyleClass);
     if (!value.isNull())
         object.encodeValue(value, u"NSAlignment");
+    if (!firstLine.isNull())
+        object.encodeValue(firstLine, u"NSFirstLineHeadIndent");
+    if (!head.isNull())
+        object.encodeValue(head, u"NSHeadIndent");
     return object.finish();
 }
 
@@ -249,10 +280,12 @@ std::vector<std::pair<UID, UID>> encodeMembers(KeyedArchiver& archiver,
         add(u"NSColor", encodeColor(archiver, *attributes.foregroundColor));
     if (attributes.backgroundColor.has_value())
         add(u"NSBackgroundColor", encodeColor(archiver, *attributes.backgroundColor));
-    if (attributes.alignment.has_value() || attributes.paragraphStyle)
+    if (attributes.alignment.has_value() || attributes.paragraphStyle ||
+        attributes.firstLineHeadIndent != 0 || attributes.headIndent != 0)
         add(u"NSParagraphStyle", encodeParagraphStyle(archiver, attributes));
-    if (attributes.underlineStyle != 0)
-        add(u"NSUnderline", archiver.addInteger(attributes.underlineStyle));
+    for (const NumberAttribute& number : NumberAttributes)
+        if (attributes.*number.member != 0)
+            add(number.name, archiver.addInteger(attributes.*number.member));
     if (attributes.link.has_value())
         add(u"NSLink", encodeLink(archiver, *attributes.link));
     if (attributes.toolTip.has_value())

@@ -154,6 +154,11 @@ class TextReader {
             result.backgroundColor = color(archive_, object);
         } else if (name == u"NSUnderline") {
             result.underlineStyle = archive_.number(value).value_or(0) != 0 ? 1 : 0;
+        } else if (name == u"NSStrikethrough") {
+            result.strikethroughStyle = archive_.number(value).value_or(0) != 0 ? 1 : 0;
+        } else if (name == u"NSSuperScript") {
+            const double steps = archive_.number(value).value_or(0);
+            result.superscript = steps > 0 ? 1 : steps < 0 ? -1 : 0;
         } else if (name == u"NSLink") {
             result.link = link(archive_, value);
         } else if (name == u"NSToolTip") {

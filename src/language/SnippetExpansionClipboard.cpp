@@ -1,4 +1,4 @@
-#include "Foundation/TextAttributes.h"
+#include "Foundation/AttributedStringConversion.h"
 #include "language/ContentRewriter.h"
 #include "language/RegularExpression.h"
 #include "language/SnippetExpansion.h"
@@ -69,24 +69,6 @@ bool replaceMatches(const SnippetClipboardVariable& variable, bool isAttributed,
         });
 }
 
-// Each run takes the attributes given; what has an attachment keeps that.
-AttributedString
-clearAttributesExceptTextAttachment(const AttributedString& text,
-                                    const AttributedString::Attributes& attributes) {
-    std::vector<AttributedString::Run> runs = text.runs();
-    for (AttributedString::Run& run : runs) {
-        if (run.attributes == nullptr || run.attributes->attachment == nullptr) {
-            run.attributes = attributes;
-            continue;
-        }
-        auto kept = attributes != nullptr ? std::make_shared<TextAttributes>(*attributes)
-                                          : std::make_shared<TextAttributes>();
-        kept->attachment = run.attributes->attachment;
-        run.attributes = std::move(kept);
-    }
-    return {text.string(), std::move(runs)};
-}
-
 } // namespace
 
 Content SnippetParser::processClipboardVariable(const SnippetClipboardVariable& variable,
@@ -140,7 +122,8 @@ SnippetExpansion::richClipboard(const SnippetClipboardVariable& variable) {
     auto processed =
         std::get<AttributedString>(SnippetParser::processClipboardVariable(variable, *text));
     if (variable.matchSnippetStyle())
-        return clearAttributesExceptTextAttachment(processed, variable.attributes());
+        return attributedStringByClearAttributesExceptTextAttachment(processed,
+                                                                     variable.attributes());
     return processed;
 }
 

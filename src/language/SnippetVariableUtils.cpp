@@ -19,7 +19,6 @@ namespace {
 constexpr std::array<StringView, 11> Keywords = {
     u"date:", u"time:", u"clipboard", u"snippet:", u"field", u"key:", u"|", u"◀", u"▲", u"▶", u"▼"};
 
-constexpr char16_t AttachmentCharacter = u'\uFFFC';
 // No file can have these names, so no picture is taken for a token.
 constexpr StringView VariableCellName = u"/【】";
 constexpr StringView AliasCellName = u"/alias";
