@@ -10,7 +10,7 @@ namespace dresk {
 
 /// A run loop on poll(), for the tap thread and for programs without windows. `run` binds it to the
 /// calling thread until it returns.
-class PollRunLoop final : public RunLoop {
+class PollRunLoop final : public MainRunLoop {
   public:
     PollRunLoop();
     ~PollRunLoop() override;
@@ -21,22 +21,21 @@ class PollRunLoop final : public RunLoop {
     bool isCurrent() const override;
     double now() const override;
 
-    /// Calls `handler` on the loop's thread whenever `descriptor` is readable or has failed.
-    /// `beforeWaiting`, if given, runs each time the loop is about to wait: a library that reads
-    /// ahead returns true there when it still has something, and `handler` is then called at once.
-    /// Loop's thread, or before `run`.
+    void addDescriptor(int descriptor, std::function<void()> handler) override {
+        addDescriptor(descriptor, std::move(handler), {});
+    }
+    /// The same for a library that reads ahead: `beforeWaiting` runs each time the loop is about to
+    /// wait and returns true when the library still has something; `handler` is then called at
+    /// once.
     void addDescriptor(int descriptor, std::function<void()> handler,
-                       std::function<bool()> beforeWaiting = {});
-    /// Loop's thread, or while the loop is not running. Allowed inside a handler.
-    void removeDescriptor(int descriptor);
+                       std::function<bool()> beforeWaiting);
+    void removeDescriptor(int descriptor) override;
 
-    /// Serves calls and descriptors until `stop`. One thread at a time.
-    void run();
+    void run() override;
     /// Serves what is due and waits at most `seconds` for something to become due. For tests and
     /// for programs that end after one job.
     void runOnce(double seconds);
-    /// Makes `run` return behind the call being served. Any thread; also before `run`.
-    void stop();
+    void stop() override;
 
   private:
     struct Source {

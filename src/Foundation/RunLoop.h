@@ -54,6 +54,23 @@ class RunLoop {
     virtual double now() const = 0;
 };
 
+/// The loop of a whole program, which waits for descriptors too. A toolkit that brings its own loop
+/// implements this on it.
+class MainRunLoop : public RunLoop {
+  public:
+    /// Calls `handler` on the loop's thread whenever `descriptor` is readable or has failed. One
+    /// handler for each descriptor, which stays open until it is removed. Loop's thread, or before
+    /// `run`.
+    virtual void addDescriptor(int descriptor, std::function<void()> handler) = 0;
+    /// Loop's thread, or while the loop is not running. Allowed inside a handler; nothing for a
+    /// descriptor that was not added.
+    virtual void removeDescriptor(int descriptor) = 0;
+    /// Serves calls and descriptors until `stop`. One thread at a time.
+    virtual void run() = 0;
+    /// Makes `run` return behind the call being served. Any thread; also before `run`.
+    virtual void stop() = 0;
+};
+
 /// The ordered store of pending calls behind every run loop. Any thread.
 class CallQueue {
   public:
