@@ -89,15 +89,15 @@ void FormDocument::update(FormState state) {
 }
 
 void FormDocument::setValue(StringView id, StringView value) {
-    add({FormChange::Kind::SetValue, String(id), String(value)});
+    add({FormChange::Kind::SetValue, String(id), String(value), state_.number});
 }
 
 void FormDocument::setTextContent(StringView id, StringView text) {
-    add({FormChange::Kind::SetTextContent, String(id), String(text)});
+    add({FormChange::Kind::SetTextContent, String(id), String(text), state_.number});
 }
 
 void FormDocument::click(StringView id) {
-    add({FormChange::Kind::Click, String(id), {}});
+    add({FormChange::Kind::Click, String(id), {}, state_.number});
 }
 
 void FormDocument::add(FormChange change) {
@@ -109,7 +109,7 @@ void FormDocument::add(FormChange change) {
 
 bool FormDocument::carryOut(const FormChange& change) {
     FormElement* element = find(change.id);
-    if (element == nullptr)
+    if (element == nullptr || element->editedIn > change.basis)
         return false;
     if (change.kind == FormChange::Kind::Click) {
         if (element->kind == FormElement::Kind::CheckBox)

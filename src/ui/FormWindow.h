@@ -24,6 +24,8 @@ struct FormElement {
     /// Values that a Select can take.
     std::vector<String> options;
     bool isChecked = false;
+    /// Number of the state that first held what the user did to it last; 0 for nothing.
+    std::uint64_t editedIn = 0;
 };
 
 /// All of them in the order of the page, and which has the focus.
@@ -31,11 +33,13 @@ struct FormState {
     std::vector<FormElement> elements;
     /// Empty for none.
     String activeElementId;
+    /// Number of this state of the page; each is larger than the one before.
+    std::uint64_t number = 0;
     /// How many of the changes that were sent to this page are in here.
     std::uint64_t appliedChanges = 0;
 };
 
-/// Something to do to an element of the page.
+/// Something to do to an element of the page, unless the user has been at it meanwhile.
 struct FormChange {
     enum class Kind { SetValue, SetTextContent, Click };
 
@@ -43,7 +47,8 @@ struct FormChange {
     String id;
     /// Not used by Click.
     String text;
-    friend bool operator==(const FormChange&, const FormChange&) = default;
+    /// Number of the state that it comes from. What the user did later stays.
+    std::uint64_t basis = 0;
 };
 
 /// Hears of the page and of the window. Every call of the page brings the page's state. It may

@@ -1,10 +1,11 @@
-// The fields form on the real desktop, without an engine: form_host MODULE RESOURCES.
+// The fields form on the real desktop, without an engine: form_host MODULE RESOURCES COMMANDS.
 //
-// It prints "ready" once it knows the application in front. Each line of its input is a snippet's
-// content, with \n for a line end and, in front of a tab, the abbreviation; its form opens at once.
-// It prints "shown" with the milliseconds until the page could be used, "accepted" with the values
-// of the fields, each behind a tab and with "-" in front of one that is not ticked, and "closed".
-// "dark" and "light" change the colours. It runs until the input ends.
+// It prints "ready" once it knows the application in front, and takes a line at a time from the
+// pipe COMMANDS. "form" and a snippet's content, with \n for a line end, opens a form at once. It
+// prints "shown" with the milliseconds until the page could be used and had the keys, then
+// "closed", and "accepted" with the values of the fields, each behind a tab and with "-" in front
+// of one that is not ticked. "popover" has the next forms stand at a caret, "dark" and "light"
+// change the colours, "quit" ends it.
 
 #include <iostream>
 
@@ -23,7 +24,7 @@
 
 #include <QApplication>
 #include <QPalette>
-#include <QSocketNotifier>
+#include <QWindow>
 
 namespace dresk {
 namespace {
@@ -60,6 +61,7 @@ class TimedWindow final : public FormWindow, public FormWindowDelegate {
     void show(Point origin, bool isPopover) override {
         window_->show(origin, isPopover);
         isShown_ = true;
+        QObject::connect(qApp, &QGuiApplication::focusWindowChanged, &context_, [this] { tell(); });
         tell();
     }
     void close() override {
@@ -85,10 +87,12 @@ class TimedWindow final : public FormWindow, public FormWindowDelegate {
     void pageFailed(const std::string& reason) override { delegate_.pageFailed(reason); }
 
   private:
-    void tell() const {
-        if (isShown_ && isLoaded_)
-            std::cout << "shown " << static_cast<int>((steadySeconds() - windows_.start()) * 1000)
-                      << std::endl;
+    void tell() {
+        if (isTold_ || !isShown_ || !isLoaded_ || QGuiApplication::focusWindow() == nullptr)
+            return;
+        isTold_ = true;
+        std::cout << "shown " << static_cast<int>((steadySeconds() - windows_.start()) * 1000)
+                  << std::endl;
     }
 
     TimedWindows& windows_;
@@ -96,6 +100,8 @@ class TimedWindow final : public FormWindow, public FormWindowDelegate {
     std::unique_ptr<FormWindow> window_;
     bool isShown_ = false;
     bool isLoaded_ = false;
+    bool isTold_ = false;
+    QObject context_;
 };
 
 std::unique_ptr<FormWindow> TimedWindows::makeFormWindow(FormWindowDelegate& delegate,
@@ -128,20 +134,18 @@ class Host {
                                         windows) {}
 
     void handle(const std::string& line) {
+        constexpr std::string_view form = "form ";
         if (line == "dark" || line == "light")
             setDark(line == "dark");
         else if (line == "popover")
             selectedTextBound_ = {600, 700, 8, 16};
-        else
-            show(line);
+        else if (line.starts_with(form))
+            show(line.substr(form.size()));
     }
 
   private:
     void show(const std::string& line) {
-        const auto tab = line.find('\t');
-        const auto abbreviation = tab == std::string::npos ? "form" : line.substr(0, tab);
-        const auto snippet = Snippet::initWithAbbreviation(
-            fromUTF8(abbreviation), fromUTF8(unescapeLine(line.substr(tab + 1))));
+        const auto snippet = Snippet::initWithAbbreviation(u"form", fromUTF8(unescapeLine(line)));
         const auto content = SnippetParser().parseSnippet(*snippet, {});
         content->setOriginalSnippet(snippet);
         windows_.noteStart();
@@ -165,7 +169,34 @@ void awaitFrontProcess(RunLoop& loop, Processes& processes) {
                        [&] { awaitFrontProcess(loop, processes); });
 }
 
-int runHost(const char* module, const char* resources) {
+/// Takes whole lines from the pipe.
+class Commands {
+  public:
+    explicit Commands(const char* path)
+        : descriptor_(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC)) {}
+    Commands(const Commands&) = delete;
+    Commands& operator=(const Commands&) = delete;
+    ~Commands() { close(descriptor_); }
+
+    int descriptor() const { return descriptor_; }
+    std::vector<std::string> takeLines() {
+        char buffer[4096];
+        const ssize_t count = read(descriptor_, buffer, sizeof buffer);
+        received_.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        std::vector<std::string> lines;
+        for (std::size_t end; (end = received_.find('\n')) != std::string::npos;) {
+            lines.push_back(received_.substr(0, end));
+            received_.erase(0, end + 1);
+        }
+        return lines;
+    }
+
+  private:
+    int descriptor_;
+    std::string received_;
+};
+
+int runHost(const char* module, const char* resources, const char* pipe) {
     std::string error;
     const auto desktop = makeX11Desktop(nullptr, error);
     if (desktop == nullptr) {
@@ -180,23 +211,18 @@ int runHost(const char* module, const char* resources) {
     service.enableEvents();
     TimedWindows windows({module});
     Host host(*desktop, loop, windows, resources);
-    std::string received;
-    fcntl(STDIN_FILENO, F_SETFL, O_NONBLOCK);
-    loop.addDescriptor(STDIN_FILENO, [&] {
-        char buffer[4096];
-        const ssize_t count = read(STDIN_FILENO, buffer, sizeof buffer);
-        if (count == 0)
-            loop.stop();
-        received.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-        for (std::size_t end; (end = received.find('\n')) != std::string::npos;) {
-            const std::string line = received.substr(0, end);
-            received.erase(0, end + 1);
-            host.handle(line);
+    Commands commands(pipe);
+    loop.addDescriptor(commands.descriptor(), [&] {
+        for (const std::string& line : commands.takeLines()) {
+            if (line == "quit")
+                loop.stop();
+            else
+                host.handle(line);
         }
     });
     awaitFrontProcess(loop, desktop->processes());
     loop.run();
-    loop.removeDescriptor(STDIN_FILENO);
+    loop.removeDescriptor(commands.descriptor());
     service.disableEvents();
     loop.cancelAll(&desktop->processes());
     return 0;
@@ -206,11 +232,11 @@ int runHost(const char* module, const char* resources) {
 } // namespace dresk
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::cerr << "usage: form_host MODULE RESOURCES\n";
+    if (argc != 4) {
+        std::cerr << "usage: form_host MODULE RESOURCES COMMANDS\n";
         return 2;
     }
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication application(argc, argv);
-    return dresk::runHost(argv[1], argv[2]);
+    return dresk::runHost(argv[1], argv[2], argv[3]);
 }

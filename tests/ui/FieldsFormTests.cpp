@@ -70,11 +70,16 @@ class MemoryWindow final : public FormWindow {
                              [id](const auto& each) { return each.id == id; });
     }
     void type(StringView id, StringView text) {
-        element(id).value = text;
+        edit(id, text);
         delegate_.onTextInputKeyUp(state_, String(id));
     }
-    void change(StringView id, StringView text) {
+    /// What the user does, before the program hears of it.
+    void edit(StringView id, StringView text) {
         element(id).value = text;
+        element(id).editedIn = ++state_.number;
+    }
+    void change(StringView id, StringView text) {
+        edit(id, text);
         delegate_.onTextInputOnChange(state_, String(id));
     }
     std::string value(StringView id) { return toUTF8(element(id).value); }
@@ -83,6 +88,8 @@ class MemoryWindow final : public FormWindow {
     void catchUp() {
         for (const FormChange& change : std::exchange(waiting_, {})) {
             ++state_.appliedChanges;
+            if (element(change.id).editedIn > change.basis)
+                continue;
             if (change.kind == FormChange::Kind::Click)
                 element(change.id).isChecked = !element(change.id).isChecked;
             else
@@ -290,6 +297,20 @@ TEST_F(FieldsForm, PageThatIsBehindLosesNothing) {
     window.delegate().accept(window.state());
     EXPECT_EQ(answers(), "x|x||y");
     EXPECT_TRUE(content_->fields()[3]->isSelected());
+}
+
+TEST_F(FieldsForm, WhatTheUserTypesMeanwhileStays) {
+    MemoryWindow& window = open(u"【field:a】【field:a】");
+    window.setAnswersAtOnce(false);
+    window.change(u"0", u"x");
+    window.edit(u"1", u"y");
+    window.catchUp();
+    EXPECT_EQ(window.value(u"1"), "y");
+    window.change(u"0", u"z");
+    window.edit(u"1", u"yy");
+    // Known here only from the page that the user accepts.
+    window.delegate().accept(window.state());
+    EXPECT_EQ(answers(), "z|yy");
 }
 
 TEST_F(FieldsForm, LastSizeIsRememberedForTheAbbreviation) {

@@ -27,6 +27,7 @@ FormElement elementFrom(const QJsonObject& object) {
     for (const auto& option : object[u"options"].toArray())
         element.options.push_back(stringFrom(option.toString()));
     element.isChecked = object[u"checked"].toBool();
+    element.editedIn = static_cast<std::uint64_t>(object[u"editedIn"].toInteger());
     return element;
 }
 
@@ -35,6 +36,7 @@ FormState stateFrom(const QJsonObject& object) {
     for (const auto& element : object[u"elements"].toArray())
         state.elements.push_back(elementFrom(element.toObject()));
     state.activeElementId = stringFrom(object[u"active"].toString());
+    state.number = static_cast<std::uint64_t>(object[u"number"].toInteger());
     state.appliedChanges = static_cast<std::uint64_t>(object[u"appliedChanges"].toInteger());
     return state;
 }
@@ -58,7 +60,8 @@ void FormBridge::sendChanges(const std::vector<FormChange>& list) {
     for (const FormChange& change : list)
         array.append(QJsonObject{{QStringLiteral("kind"), kindText(change.kind)},
                                  {QStringLiteral("id"), qStringFrom(change.id)},
-                                 {QStringLiteral("text"), qStringFrom(change.text)}});
+                                 {QStringLiteral("text"), qStringFrom(change.text)},
+                                 {QStringLiteral("basis"), qint64(change.basis)}});
     emit changes(page_, array);
 }
 

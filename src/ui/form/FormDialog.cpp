@@ -55,11 +55,8 @@ FormDialog::FormDialog(FormProfile& profile)
     page_.setWebChannel(&channel_);
     connect(&page_, &QWebEnginePage::renderProcessTerminated, this, [this] {
         isUsable_ = false;
-        fail("the process that shows its page has ended.");
-    });
-    connect(&page_, &QWebEnginePage::loadFinished, this, [this](bool ok) {
-        if (!ok && page_.requestedUrl() == url_)
-            fail("its page cannot be loaded.");
+        if (delegate_ != nullptr)
+            delegate_->pageFailed("the process that shows its page has ended.");
     });
     connect(&page_, &QWebEnginePage::contentsSizeChanged, this, &FormDialog::fitContent);
     acceptTimer_.setSingleShot(true);
@@ -144,11 +141,6 @@ void FormDialog::acceptFields() {
         return;
     acceptTimer_.start();
     bridge_.requestAcceptFields();
-}
-
-void FormDialog::fail(const std::string& reason) {
-    if (delegate_ != nullptr)
-        delegate_->pageFailed(reason);
 }
 
 void FormDialog::setContentSize(QSize size) {

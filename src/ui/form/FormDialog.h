@@ -47,7 +47,6 @@ class FormDialog final : public QDialog {
     void makeWidgets();
     void handleCall(const QString& operation, const QString& id, FormState state);
     void acceptFields();
-    void fail(const std::string& reason);
     void fitContent(QSizeF size);
 
     FormProfile& profile_;
