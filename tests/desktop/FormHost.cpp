@@ -24,7 +24,6 @@
 
 #include <QApplication>
 #include <QPalette>
-#include <QWindow>
 
 namespace dresk {
 namespace {
@@ -32,16 +31,20 @@ namespace {
 /// The module's windows, with a note of when a page is ready and when a form has closed.
 class TimedWindows final : public FormWindowFactory {
   public:
-    explicit TimedWindows(std::vector<std::filesystem::path> candidates)
-        : module_(std::move(candidates)) {}
+    TimedWindows(std::vector<std::filesystem::path> candidates, RunLoop& loop, Processes& processes)
+        : loop_(loop), processes_(processes), module_(std::move(candidates)) {}
 
     std::unique_ptr<FormWindow> makeFormWindow(FormWindowDelegate& delegate,
                                                const std::string& resourceDirectory) override;
     bool isAvailable() { return module_.factory() != nullptr; }
     void noteStart() { start_ = steadySeconds(); }
     double start() const { return start_; }
+    RunLoop& loop() { return loop_; }
+    bool haveKeys() const { return processes_.frontProcess() == processes_.currentProcess(); }
 
   private:
+    RunLoop& loop_;
+    Processes& processes_;
     FormWindowModule module_;
     double start_ = 0;
 };
@@ -53,6 +56,8 @@ class TimedWindow final : public FormWindow, public FormWindowDelegate {
         : windows_(windows), delegate_(delegate),
           window_(factory.makeFormWindow(*this, resourceDirectory)) {}
 
+    ~TimedWindow() override { windows_.loop().cancelAll(this); }
+
     void load(const String& html) override { window_->load(html); }
     void apply(const std::vector<FormChange>& changes) override { window_->apply(changes); }
     Size contentSize() const override { return window_->contentSize(); }
@@ -61,7 +66,6 @@ class TimedWindow final : public FormWindow, public FormWindowDelegate {
     void show(Point origin, bool isPopover) override {
         window_->show(origin, isPopover);
         isShown_ = true;
-        QObject::connect(qApp, &QGuiApplication::focusWindowChanged, &context_, [this] { tell(); });
         tell();
     }
     void close() override {
@@ -88,9 +92,14 @@ class TimedWindow final : public FormWindow, public FormWindowDelegate {
 
   private:
     void tell() {
-        if (isTold_ || !isShown_ || !isLoaded_ || QGuiApplication::focusWindow() == nullptr)
+        constexpr double SecondsBetweenLooks = 0.005;
+        if (!isShown_ || !isLoaded_)
             return;
-        isTold_ = true;
+        if (!windows_.haveKeys()) {
+            windows_.loop().cancelAndCallAfter(SecondsBetweenLooks, {this, "tell"},
+                                               [this] { tell(); });
+            return;
+        }
         std::cout << "shown " << static_cast<int>((steadySeconds() - windows_.start()) * 1000)
                   << std::endl;
     }
@@ -100,8 +109,6 @@ class TimedWindow final : public FormWindow, public FormWindowDelegate {
     std::unique_ptr<FormWindow> window_;
     bool isShown_ = false;
     bool isLoaded_ = false;
-    bool isTold_ = false;
-    QObject context_;
 };
 
 std::unique_ptr<FormWindow> TimedWindows::makeFormWindow(FormWindowDelegate& delegate,
@@ -209,7 +216,7 @@ int runHost(const char* module, const char* resources, const char* pipe) {
     SnippetGroupList noSnippets;
     service.setSnippetGroupList(&noSnippets);
     service.enableEvents();
-    TimedWindows windows({module});
+    TimedWindows windows({module}, loop, desktop->processes());
     Host host(*desktop, loop, windows, resources);
     Commands commands(pipe);
     loop.addDescriptor(commands.descriptor(), [&] {

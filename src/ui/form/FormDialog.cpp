@@ -122,9 +122,11 @@ void FormDialog::handleCall(const QString& operation, const QString& id, FormSta
     lastState_ = state;
     if (operation == u"changed")
         delegate_->pageChanged(std::move(state));
-    else if (operation == u"onBodyOnLoad")
+    else if (operation == u"onBodyOnLoad") {
+        // A new page may have come with a new widget to draw it.
+        view_->setFocus();
         delegate_->onBodyOnLoad(std::move(state));
-    else if (operation == u"accept")
+    } else if (operation == u"accept")
         delegate_->accept(std::move(state));
     else if (operation == u"acceptFields")
         delegate_->acceptFields(std::move(state));
