@@ -109,6 +109,8 @@ TEST_F(Form, EscapeCancelsAndReturnAcceptsWhateverHasTheFocus) {
     type(u"x");
     keys().tap(KeyInjector::Escape);
     EXPECT_EQ(heard(), "closed");
+    // The next form notes who is in front.
+    EXPECT_TRUE(target_->focus());
     // No input at all, and then a check box.
     open("only 【field:a value:text readonly:yes】");
     keys().tap(KeyInjector::Return);
@@ -116,6 +118,7 @@ TEST_F(Form, EscapeCancelsAndReturnAcceptsWhateverHasTheFocus) {
     open("only 【field:a value:text readonly:yes】");
     keys().tap(KeyInjector::Escape);
     EXPECT_EQ(heard(), "closed");
+    EXPECT_TRUE(target_->focus());
     open("【field:a value:text readonly:yes optional:yes】");
     keys().tap(KeyInjector::Space);
     keys().tap(KeyInjector::Return);
