@@ -8,8 +8,8 @@ namespace dresk {
 
 /// The page of the form as the program sees it: a copy of the page's state that can be read and
 /// written at once, and the list of what was written, which goes to the page in one piece. The page
-/// is in another process: what it tells may be older than what was written here, and what is written
-/// here may come later than what the user typed there. The user wins. One thread.
+/// is in another process: what it tells may be older than what was written here, and what is
+/// written here may come later than what the user typed there. The user wins. One thread.
 class FormDocument {
   public:
     /// Takes over what the page holds, and does again what had not reached it by then.
