@@ -1,18 +1,23 @@
+#include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <optional>
 #include <string>
 
 #include <unistd.h>
 
 #include "Foundation/Log.h"
-#include "Foundation/PollRunLoop.h"
 #include "input/x11/X11Desktop.h"
 #include "shell/Application.h"
 #include "shell/CommandLine.h"
 #include "shell/LateInstance.h"
-#include "shell/NoUserInterface.h"
 #include "shell/SingleInstance.h"
 #include "shell/Supervisor.h"
+#include "ui/qt/QtRunLoop.h"
+#include "ui/qt/QtUserInterface.h"
+
+#include <QApplication>
 
 namespace {
 
@@ -52,21 +57,63 @@ Application::Options options(const std::filesystem::path& program) {
     return options;
 }
 
-int runApplication(const Application::Options& options) {
-    std::string error;
-    const auto desktop = makeX11Desktop(nullptr, error);
-    if (desktop == nullptr) {
-        logLine("Dresk cannot start: " + error);
-        return Supervisor::CannotStart;
-    }
-    PollRunLoop mainRunLoop;
-    NoUserInterface userInterface(mainRunLoop);
-    return Application(*desktop, mainRunLoop, userInterface, options).run();
+QtUserInterface::Places windowPlaces(const std::filesystem::path& program) {
+    const auto folder = program.parent_path();
+    std::error_code error;
+    const auto installed = folder / "../share/dresk";
+    return {std::filesystem::exists(installed / "index.html", error) ? installed : DRESK_RESOURCES,
+            FormWindowModule::candidatesFor(folder)};
 }
 
-int runLateInstance(SingleInstance& singleInstance, const LateInstance::Files& files) {
-    PollRunLoop mainRunLoop;
-    NoUserInterface userInterface(mainRunLoop);
+/// Qt for as long as it lives, on the display of the environment.
+class QtSession {
+  public:
+    explicit QtSession(const std::filesystem::path& program) : name_(program.string()) {
+        // The back end is that of X11, also where a Wayland desktop offers itself.
+        setenv("QT_QPA_PLATFORM", "xcb", 0); // NOLINT(concurrency-mt-unsafe)
+        QGuiApplication::setDesktopFileName(QStringLiteral("com.zopal.Dresk"));
+        QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+        application_.emplace(count_, arguments_.data());
+        QApplication::setApplicationName(QStringLiteral("Dresk"));
+        QApplication::setQuitOnLastWindowClosed(false);
+    }
+
+  private:
+    std::string name_;
+    int count_ = 1;
+    std::array<char*, 2> arguments_{name_.data(), nullptr};
+    std::optional<QApplication> application_;
+};
+
+/// Null, with a line in the log, when the display cannot be had.
+std::unique_ptr<Desktop> openDesktop() {
+    std::string error;
+    auto desktop = makeX11Desktop(nullptr, error);
+    if (desktop == nullptr)
+        logLine("Dresk cannot start: " + error);
+    return desktop;
+}
+
+int runApplication(const std::filesystem::path& program, const Application::Options& options) {
+    Application::blockEndingSignals();
+    const auto desktop = openDesktop();
+    if (desktop == nullptr)
+        return Supervisor::CannotStart;
+    const QtSession session(program);
+    QtRunLoop mainRunLoop;
+    QtUserInterface userInterface(u"" DRESK_VERSION);
+    Application application(*desktop, mainRunLoop, userInterface, options);
+    userInterface.makeControllers(application.appDelegate(), windowPlaces(program));
+    return application.run();
+}
+
+int runLateInstance(const std::filesystem::path& program, SingleInstance& singleInstance,
+                    const LateInstance::Files& files) {
+    if (openDesktop() == nullptr)
+        return Supervisor::CannotStart;
+    const QtSession session(program);
+    QtRunLoop mainRunLoop;
+    QtUserInterface userInterface(u"" DRESK_VERSION);
     LateInstance lateInstance(
         mainRunLoop, userInterface,
         [&](const auto& absolutePaths) { return singleInstance.activateOthers(absolutePaths); },
@@ -87,7 +134,7 @@ int run(const CommandLine& commandLine) {
     {
         SingleInstance singleInstance(SingleInstance::defaultFolder(), variable("DISPLAY"));
         if (singleInstance.claim() == SingleInstance::Role::Late)
-            return runLateInstance(singleInstance, applicationOptions.files);
+            return runLateInstance(program, singleInstance, applicationOptions.files);
         applicationOptions.singleInstance = &singleInstance;
         // The worker is forked before this process makes any thread. Files are asked about once,
         // not again by a worker that replaces another.
@@ -96,7 +143,7 @@ int run(const CommandLine& commandLine) {
             if (supervisor.isReplacing())
                 applicationOptions.files.clear();
             applicationOptions.heartbeatDescriptor = heartbeatDescriptor;
-            return runApplication(applicationOptions);
+            return runApplication(program, applicationOptions);
         });
         status = supervisor.run();
     }

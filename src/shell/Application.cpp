@@ -21,8 +21,8 @@ sigset_t endingSignals() {
 }
 
 int openSignalDescriptor() {
+    Application::blockEndingSignals();
     const sigset_t signals = endingSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     return signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
 }
 
@@ -58,6 +58,11 @@ Application::~Application() {
         return;
     mainRunLoop_.removeDescriptor(signalDescriptor_);
     close(signalDescriptor_);
+}
+
+void Application::blockEndingSignals() {
+    const sigset_t signals = endingSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
 AppDelegate::Environment Application::environment(const Options& options) {

@@ -35,6 +35,9 @@ class Application {
     Application& operator=(const Application&) = delete;
     ~Application();
 
+    /// Blocks the signals that end the program. Before the first thread is made, since a thread
+    /// that does not block them takes them.
+    static void blockEndingSignals();
     /// Serves until a signal or the user ends it; returns the exit status, Supervisor::Relaunch
     /// where the user wants the program started again.
     int run();

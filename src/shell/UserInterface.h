@@ -83,11 +83,10 @@ class MacrosWindow {
     virtual void exportAllGroupsToRTF() = 0;
 };
 
-/// Everything with windows, as the shell sees it. The program has one; it works without any by
-/// NoUserInterface. All of it belongs to the main thread, callbacks included. Nothing here waits
-/// for the user: what he answers comes by a callback, later and at most once. Callbacks touch the
-/// AppDelegate; the interface stops calling before that goes, which happens behind the end of the
-/// main loop.
+/// Everything with windows, as the shell sees it. The program has one. All of it belongs to the
+/// main thread, callbacks included. Nothing here waits for the user: what he answers comes by a
+/// callback, later and at most once. Callbacks touch the AppDelegate; the interface stops calling
+/// before that goes, which happens behind the end of the main loop.
 ///
 /// Whoever makes the interface gives it the AppDelegate before `launch`; from there it gets at
 /// data, engine and preferences for its windows.

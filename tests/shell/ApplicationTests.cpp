@@ -9,7 +9,6 @@
 #include "Foundation/PreferenceKeys.h"
 #include "input/scripted/ScriptedDesktop.h"
 #include "shell/Application.h"
-#include "shell/NoUserInterface.h"
 #include "shell/Supervisor.h"
 #include "support/LogLines.h"
 #include "support/RecordingUserInterface.h"
@@ -62,7 +61,7 @@ TEST_F(ApplicationTests, ExpandsSamplesBeatsAndEndsOnSIGTERM) {
     std::array<int, 2> heartbeat{};
     ASSERT_EQ(pipe2(heartbeat.data(), O_CLOEXEC | O_NONBLOCK), 0);
     {
-        NoUserInterface userInterface(loop);
+        test::RecordingUserInterface userInterface;
         Application::Options withHeartbeat = options();
         withHeartbeat.heartbeatDescriptor = heartbeat[1];
         Application application(desktop, loop, userInterface, withHeartbeat);

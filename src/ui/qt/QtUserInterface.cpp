@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
-#include "engine/SnippetQuickSearchController.h"
-#include "engine/SnippetSuggestionController.h"
+#include "input/AXUtils.h"
+#include "shell/AppDelegate.h"
+#include "ui/qt/ListPanelWindow.h"
 #include "ui/qt/QtText.h"
+#include "ui/qt/QuickSearchPanelWindow.h"
 #include "ui/qt/StatusImage.h"
 
 #include <QFileDialog>
@@ -44,10 +46,22 @@ void showPanel(QFileDialog* panel, UserInterface::PathChosen chosen) {
 
 } // namespace
 
-QtUserInterface::QtUserInterface(const Controllers& controllers, String version)
-    : controllers_(controllers), version_(std::move(version)) {}
-
 QtUserInterface::~QtUserInterface() = default;
+
+void QtUserInterface::makeControllers(AppDelegate& delegate, const Places& places) {
+    Desktop& desktop = delegate.desktop();
+    RunLoop& loop = delegate.mainRunLoop();
+    suggestions_ = std::make_unique<SuggestionListController>(
+        desktop, loop, delegate.preferences(), delegate.dataManager().snippetGroups(),
+        &makeQtListPanelView);
+    quickSearch_ = std::make_unique<QuickSearchPanelController>(
+        desktop, loop, delegate.preferences(), &makeQtQuickSearchPanelView);
+    fieldsEditors_ = std::make_unique<SnippetContentFieldsEditorPresenter>(
+        SnippetContentFieldsEditorPresenter::Environment{
+            loop, delegate.preferences(), desktop.processes(), desktop.screens(),
+            [&desktop] { return AXUtils(desktop).getSelectedTextBound(); }, places.resources},
+        FormWindowModule(places.formModule));
+}
 
 void QtUserInterface::setStatusItem(const StatusItem& item, std::shared_ptr<Menu> menu) {
     if (statusItem_ == nullptr) {
@@ -151,7 +165,7 @@ bool QtUserInterface::hasWindow(Window window) const {
     case Window::Preferences:
         return false;
     case Window::QuickSearch:
-        return controllers_.quickSearch != nullptr;
+        return quickSearch_ != nullptr;
     case Window::About:
     case Window::Diagnostic:
     case Window::FilePanels:
@@ -180,10 +194,6 @@ void QtUserInterface::setFontSizeDelta(std::int64_t delta) {
     fontSizeDelta_ = static_cast<int>(std::clamp(delta, -Largest, Largest));
     if (statusItem_ != nullptr)
         statusItem_->setFontSizeDelta(fontSizeDelta_);
-    if (controllers_.suggestions != nullptr)
-        controllers_.suggestions->notifyFontSizeDeltaChanged();
-    if (controllers_.quickSearch != nullptr)
-        controllers_.quickSearch->notifyFontSizeDeltaChanged();
 }
 
 } // namespace dresk

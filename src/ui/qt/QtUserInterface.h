@@ -1,28 +1,39 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
+#include <vector>
 
 #include "shell/UserInterface.h"
+#include "ui/QuickSearchPanelController.h"
+#include "ui/SnippetContentFieldsEditorPresenter.h"
+#include "ui/SuggestionListController.h"
 #include "ui/qt/AccessPromptWindow.h"
+#include "ui/qt/QtVMHelperWindow.h"
 #include "ui/qt/StatusItemView.h"
 #include "ui/qt/TextWindows.h"
 
 namespace dresk {
 
+class AppDelegate;
+
 /// The windows of the program with Qt widgets. Made and destroyed on the thread of the
 /// QApplication, which lives longer.
 class QtUserInterface final : public UserInterface {
   public:
-    /// What has windows of its own; null for what there is not. Borrowed.
-    struct Controllers {
-        SnippetSuggestionController* suggestions = nullptr;
-        SnippetQuickSearchController* quickSearch = nullptr;
-        FieldsEditorPresenter* fieldsEditors = nullptr;
-        VMHelperController* vmHelper = nullptr;
-    };
-
-    QtUserInterface(const Controllers& controllers, String version);
+    explicit QtUserInterface(String version) : version_(std::move(version)) {}
     ~QtUserInterface() override;
+
+    /// Where the program's own files lie.
+    struct Places {
+        /// The page of the fields form and its pictures.
+        std::filesystem::path resources;
+        /// The module with the window of the form; the first that exists.
+        std::vector<std::filesystem::path> formModule;
+    };
+    /// Makes what the engine is given: lists, search and form. Before the launch; without it there
+    /// are none. `delegate` outlives their use.
+    void makeControllers(AppDelegate& delegate, const Places& places);
 
     void setStatusItem(const StatusItem& item, std::shared_ptr<Menu> menu) override;
     void removeStatusItem() override { statusItem_.reset(); }
@@ -48,22 +59,25 @@ class QtUserInterface final : public UserInterface {
     void setFontSizeDelta(std::int64_t delta) override;
 
     SnippetSuggestionController* snippetSuggestionController() override {
-        return controllers_.suggestions;
+        return suggestions_.get();
     }
     SnippetQuickSearchController* snippetQuickSearchController() override {
-        return controllers_.quickSearch;
+        return quickSearch_.get();
     }
-    FieldsEditorPresenter* fieldsEditorPresenter() override { return controllers_.fieldsEditors; }
-    VMHelperController* vmHelperController() override { return controllers_.vmHelper; }
+    FieldsEditorPresenter* fieldsEditorPresenter() override { return fieldsEditors_.get(); }
+    VMHelperWindow* vmHelperWindow() override { return &vmHelperWindow_; }
 
   private:
-    const Controllers controllers_;
     const String version_;
     int fontSizeDelta_ = 0;
     std::unique_ptr<StatusItemView> statusItem_;
     std::unique_ptr<AccessPromptWindow> accessPrompt_;
     std::unique_ptr<DiagnosticWindow> diagnosticWindow_;
     std::unique_ptr<AboutWindow> aboutWindow_;
+    QtVMHelperWindow vmHelperWindow_;
+    std::unique_ptr<SuggestionListController> suggestions_;
+    std::unique_ptr<QuickSearchPanelController> quickSearch_;
+    std::unique_ptr<SnippetContentFieldsEditorPresenter> fieldsEditors_;
     /// Parent of what is open and deletes itself.
     QWidget panels_;
 };

@@ -131,7 +131,7 @@ TEST(MenuView, KeepsLongAndStrangeTextsInTheirColumns) {
 }
 
 TEST(Windows, AlertTellsTheButtonAndClosingIsTheLast) {
-    QtUserInterface windows({}, u"1");
+    QtUserInterface windows(u"1");
     const Alert alert{u"Dresk will not operate.", u"Are you sure?", {u"Continue", u"Cancel"}};
     std::vector<std::size_t> answers;
     const auto note = [&](std::size_t button) { answers.push_back(button); };
@@ -151,7 +151,7 @@ TEST(Windows, AlertTellsTheButtonAndClosingIsTheLast) {
 }
 
 TEST(Windows, AccessPromptOffersToIgnoreBehindTheFirstRefusal) {
-    QtUserInterface windows({}, u"1");
+    QtUserInterface windows(u"1");
     int closed = 0;
     AccessPrompt prompt;
     prompt.title = u"No access";
@@ -174,7 +174,7 @@ TEST(Windows, AccessPromptOffersToIgnoreBehindTheFirstRefusal) {
 }
 
 TEST(Windows, SavePanelFollowsTheChosenType) {
-    QtUserInterface windows({}, u"1");
+    QtUserInterface windows(u"1");
     QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     int answers = 0;
     std::optional<std::filesystem::path> path;

@@ -1,0 +1,25 @@
+#include "ui/qt/QtVMHelperWindow.h"
+
+#include "ui/qt/DesktopCoordinates.h"
+#include "ui/qt/StatusImage.h"
+
+namespace dresk {
+
+QtVMHelperWindow::QtVMHelperWindow()
+    : window_(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint) {
+    window_.setAttribute(Qt::WA_ShowWithoutActivating);
+    window_.setWindowIcon(applicationImage());
+}
+
+void QtVMHelperWindow::setFrameOrigin(Point origin) {
+    frame_.x = origin.x;
+    frame_.y = origin.y;
+    window_.setGeometry(DesktopCoordinates::toQt(frame_));
+}
+
+void QtVMHelperWindow::orderFrontRegardless() {
+    window_.show();
+    window_.raise();
+}
+
+} // namespace dresk
