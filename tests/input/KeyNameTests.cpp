@@ -91,11 +91,11 @@ class PasteKey : public ServiceTest {
 TEST_F(PasteKey, IsFoundOnceInTheLayoutOfTheStart) {
     desktop.selectLayout(u"us(dvorak)");
     MacInputService made(desktop, resolver, mainLoop);
-    EXPECT_EQ(pasteOf(made), "0.00 (Command-47)");
+    EXPECT_EQ(pasteOf(made), "0.00 (down Command-47), (up 47)");
     desktop.selectLayout(u"us");
     time.runPending();
     EXPECT_EQ(made.keyCodeTransformer().keyCodeForString(u"V"), 9) << "the names follow";
-    EXPECT_EQ(pasteOf(made), "0.00 (Command-47)") << "the paste key does not";
+    EXPECT_EQ(pasteOf(made), "0.00 (down Command-47), (up 47)") << "the paste key does not";
 }
 
 } // namespace

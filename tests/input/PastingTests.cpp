@@ -114,7 +114,6 @@ TEST_F(Pasting, EveryRecordHasItsKeysAndItsTimes) {
         {u"wine", false, "0.00 down Control-9, up 9"},
         {u"com.teamviewer.TeamViewer", true, "0.005 down 59, Control-9, up 59"},
         {u"com.teamviewer.TeamViewer", false, "0.00 \"text\""},
-        {u"com.microsoft.rdc.mac", false, "0.20 down 59, 9, up 59"},
         {u"org.virtualbox.app.VirtualBoxVM", false, "0.20 down 59, Control-9, up 59"},
         {u"org.gnome.Terminal", true, "0.00 down Shift-Control-9, up 9"},
         {u"debian-xterm", true, "0.00 down Shift-Insert, up Insert"},

@@ -81,20 +81,21 @@ class Route : public ServiceTest, public VMHelperWindow {
 TEST_F(Route, ReactivatesWithoutAWindow) {
     ContextInputSetting setting;
     setting.reactivate = true;
-    EXPECT_EQ(run(setting), "0.2 dresk, 0.7 target, 0.9 Command-9");
+    EXPECT_EQ(run(setting), "0.2 dresk, 0.7 target, 0.9 down Command-9, up 9");
 }
 
 TEST_F(Route, ShowsItsWindowUnderThePointerAndClicksIt) {
     ContextInputSetting setting;
     setting.useVMHelper = setting.clickAtVMHelper = true;
     EXPECT_EQ(run(setting), "0.2 move 280,190, 0.2 show, 0.2 dresk, 0.4 click, 0.5 hide, "
-                            "0.7 target, 0.9 Command-9");
+                            "0.7 target, 0.9 down Command-9, up 9");
 }
 
 TEST_F(Route, ClicksAtTheMachineAndErasesBeforeThePaste) {
     ContextInputSetting setting;
     setting.useVMHelper = setting.clickAtVM = setting.deleteAfterActivateVM = true;
-    EXPECT_EQ(run(setting), "0.2 dresk, 0.7 target, 0.8 click, 0.9 Delete x3, 1.1 Command-9");
+    EXPECT_EQ(run(setting),
+              "0.2 dresk, 0.7 target, 0.8 click, 0.9 Delete x3, 1.1 down Command-9, up 9");
     EXPECT_EQ(service.backspaceCount(), 0U);
 }
 
