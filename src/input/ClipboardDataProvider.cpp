@@ -92,7 +92,7 @@ class SavedContent final : public PasteboardOwner {
 } // namespace
 
 ClipboardDataProvider::ClipboardDataProvider(Pasteboard& pasteboard)
-    : pasteboard_(pasteboard), changeCount_(NoChangeCount), backupChangeCount_(NoChangeCount) {}
+    : pasteboard_(pasteboard), changeCount_(NoChangeCount) {}
 
 ClipboardDataProvider::~ClipboardDataProvider() {
     cancelRestore();
@@ -128,21 +128,9 @@ void ClipboardDataProvider::declare(const std::vector<String>& types,
 }
 
 void ClipboardDataProvider::backup() {
-    const std::int64_t changeCount = pasteboard_.changeCount();
-    if (changeCount == changeCount_ || (changeCount == backupChangeCount_ && hasWholeBackup()))
-        return;
-    backupChangeCount_ = changeCount;
-    backupData_ = pasteboard_.contents();
-}
-
-// One that lacks something is read again: its owner may have been too busy to answer.
-bool ClipboardDataProvider::hasWholeBackup() const {
-    if (backupData_ == nullptr || !backupData_->isComplete())
-        return false;
-    const auto types = backupData_->types();
-    return std::all_of(types.begin(), types.end(), [this](const String& type) {
-        return backupData_->dataForType(type).has_value();
-    });
+    // What this has declared itself is an expansion, or the backup again.
+    if (pasteboard_.changeCount() != changeCount_)
+        backupData_ = pasteboard_.contents();
 }
 
 void ClipboardDataProvider::restoreAfterDelay() {

@@ -57,7 +57,6 @@ class ClipboardDataProvider {
   private:
     void declare(const std::vector<String>& types, std::shared_ptr<PasteboardOwner> owner,
                  std::shared_ptr<const std::atomic<bool>> provided);
-    bool hasWholeBackup() const;
     void declareBackup();
     void restoreLater(double seconds);
 
@@ -69,7 +68,6 @@ class ClipboardDataProvider {
     bool primaryToo_ = false;
     /// Of the provider's last declaration, and of the content that was saved.
     std::int64_t changeCount_;
-    std::int64_t backupChangeCount_;
     /// Null when nothing was saved.
     std::shared_ptr<const PasteboardContents> backupData_;
     /// Of the expansion on offer; null when there is none.
