@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Foundation/Base64.h"
+#include "Foundation/StringNumbers.h"
 #include "Foundation/TextDecoder.h"
 
 namespace dresk {
@@ -45,10 +46,6 @@ std::string namedEncoding(std::string_view bytes) {
     return {};
 }
 
-bool isUTF8(std::string_view bytes) {
-    return toUTF8(fromUTF8(bytes)) == bytes;
-}
-
 String decode(std::string_view bytes) {
     TextDecoder decoder;
     if (bytes.starts_with("\xEF\xBB\xBF"sv))
@@ -70,21 +67,16 @@ String decode(std::string_view bytes) {
     if (!encoding.empty())
         if (auto text = decoder.decode(bytes, encoding))
             return std::move(*text);
-    return isUTF8(bytes) ? fromUTF8(bytes) : decoder.decode(bytes, TextDecoder::WesternEuropean);
-}
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+    if (auto text = fromValidUTF8(bytes))
+        return std::move(*text);
+    return decoder.decode(bytes, TextDecoder::WesternEuropean);
 }
 
 std::string withoutPercentEscapes(std::string_view text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const int high = text[i] == '%' && i + 2 < text.size() ? hexDigit(text[i + 1]) : -1;
-        const int low = high >= 0 ? hexDigit(text[i + 2]) : -1;
+        const int high = text[i] == '%' && i + 2 < text.size() ? hexDigitValue(text[i + 1]) : -1;
+        const int low = high >= 0 ? hexDigitValue(text[i + 2]) : -1;
         result.push_back(low >= 0 ? static_cast<char>(high << 4 | low) : text[i]);
         i += low >= 0 ? 2 : 0;
     }

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "Foundation/RTF.h"
+#include "Foundation/StringNumbers.h"
 
 namespace dresk {
 
@@ -73,13 +74,6 @@ bool isDigit(char c) {
 
 } // namespace
 
-int RTFReader::hexValue(char c) {
-    if (isDigit(c))
-        return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 AttributedString RTFReader::read() {
     while (position_ < bytes_.size()) {
         const char c = bytes_[position_++];
@@ -141,8 +135,8 @@ void RTFReader::readControl() {
     }
     ++position_;
     if (c == '\'') {
-        const int high = position_ < bytes_.size() ? hexValue(bytes_[position_]) : -1;
-        const int low = position_ + 1 < bytes_.size() ? hexValue(bytes_[position_ + 1]) : -1;
+        const int high = position_ < bytes_.size() ? hexDigitValue(bytes_[position_]) : -1;
+        const int low = position_ + 1 < bytes_.size() ? hexDigitValue(bytes_[position_ + 1]) : -1;
         if (high >= 0 && low >= 0) {
             position_ += 2;
             byte(static_cast<char>(high << 4 | low));

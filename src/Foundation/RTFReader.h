@@ -69,7 +69,6 @@ class RTFReader {
     bool applyParagraphFormat(const ControlWord& word);
 
     /// Of a hexadecimal digit, negative for any other character.
-    static int hexValue(char c);
     void byte(char c);
     void unit(char16_t c);
     void flushBytes();

@@ -1,5 +1,6 @@
 #include "Foundation/ImageInfo.h"
 #include "Foundation/RTFReader.h"
+#include "Foundation/StringNumbers.h"
 
 namespace dresk {
 
@@ -26,7 +27,7 @@ void RTFReader::byte(char c) {
         return;
     }
     if (state().destination == Destination::Picture) {
-        const int digit = hexValue(c);
+        const int digit = hexDigitValue(c);
         if (digit >= 0 && pictureDigit_ >= 0)
             picture_.push_back(static_cast<char>(pictureDigit_ << 4 | digit));
         if (digit >= 0)

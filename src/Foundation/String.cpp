@@ -5,32 +5,34 @@
 
 namespace dresk {
 
-String fromUTF8(std::string_view bytes) {
-    String text;
-    text.reserve(bytes.size());
-    const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
-    const auto size = static_cast<std::int64_t>(bytes.size());
-    for (std::int64_t i = 0; i < size;) {
-        UChar32 codePoint = 0;
-        U8_NEXT_OR_FFFD(data, i, size, codePoint);
-        appendCodePoint(text, static_cast<char32_t>(codePoint));
-    }
-    return text;
-}
+namespace {
 
-std::optional<String> fromValidUTF8(std::string_view bytes) {
-    String text;
+/// False at the first ill-formed sequence if those are not to become U+FFFD.
+bool appendUTF8(String& text, std::string_view bytes, bool isReplacing) {
     text.reserve(bytes.size());
     const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
     const auto size = static_cast<std::int64_t>(bytes.size());
     for (std::int64_t i = 0; i < size;) {
         UChar32 codePoint = 0;
         U8_NEXT(data, i, size, codePoint);
-        if (codePoint < 0)
-            return std::nullopt;
-        appendCodePoint(text, static_cast<char32_t>(codePoint));
+        if (codePoint < 0 && !isReplacing)
+            return false;
+        appendCodePoint(text, codePoint < 0 ? 0xFFFD : static_cast<char32_t>(codePoint));
     }
+    return true;
+}
+
+} // namespace
+
+String fromUTF8(std::string_view bytes) {
+    String text;
+    appendUTF8(text, bytes, true);
     return text;
+}
+
+std::optional<String> fromValidUTF8(std::string_view bytes) {
+    String text;
+    return appendUTF8(text, bytes, false) ? std::optional(std::move(text)) : std::nullopt;
 }
 
 std::string toUTF8(StringView text) {

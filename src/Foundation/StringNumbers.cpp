@@ -107,4 +107,11 @@ double unsignedNumberAt(std::string_view text, std::size_t& length) {
     return value;
 }
 
+int hexDigitValue(char16_t unit) {
+    if (unit >= u'0' && unit <= u'9')
+        return unit - u'0';
+    const auto lower = static_cast<char16_t>(unit | 0x20);
+    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
+}
+
 } // namespace dresk

@@ -17,4 +17,7 @@ double doubleValue(StringView text);
 /// infinity, no NaN.
 double unsignedNumberAt(std::string_view text, std::size_t& length);
 
+/// The value of a hexadecimal digit of either case; -1 for anything else.
+int hexDigitValue(char16_t unit);
+
 } // namespace dresk

@@ -4,6 +4,8 @@
 
 #include <unistd.h>
 
+#include "Foundation/StringNumbers.h"
+
 namespace dresk {
 
 namespace {
@@ -12,16 +14,6 @@ constexpr StringView HexDigits = u"0123456789ABCDEF";
 
 bool isHyphenPosition(std::size_t index) {
     return index == 8 || index == 13 || index == 18 || index == 23;
-}
-
-int hexValue(char16_t unit) {
-    if (unit >= u'0' && unit <= u'9')
-        return unit - u'0';
-    if (unit >= u'A' && unit <= u'F')
-        return unit - u'A' + 10;
-    if (unit >= u'a' && unit <= u'f')
-        return unit - u'a' + 10;
-    return -1;
 }
 
 } // namespace
@@ -44,7 +36,7 @@ std::optional<XCDUUID> XCDUUID::initWithUUIDString(StringView text) {
                 return std::nullopt;
             continue;
         }
-        const int value = hexValue(text[i]);
+        const int value = hexDigitValue(text[i]);
         if (value < 0)
             return std::nullopt;
         auto& byte = bytes[nibble / 2];
