@@ -22,9 +22,11 @@ class Descriptor {
 
     int get() const { return value_; }
     bool isOpen() const { return value_ >= 0; }
+    /// Leaves it open; the caller closes it.
+    int release() { return std::exchange(value_, -1); }
     void reset() {
         if (value_ >= 0)
-            ::close(std::exchange(value_, -1));
+            ::close(release());
     }
 
   private:

@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "Foundation/Descriptor.h"
+
 namespace dresk {
 
 namespace {
@@ -22,32 +24,13 @@ std::error_code lastError() {
     return {errno, std::generic_category()};
 }
 
-/// Owns a file descriptor.
-class Descriptor {
-  public:
-    explicit Descriptor(const fs::path& path, int flags = O_RDONLY, unsigned mode = 0)
-        : value_(open(path.c_str(), flags | O_CLOEXEC, mode)) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (value_ >= 0)
-            (void)close(value_);
-    }
-    int get() const { return value_; }
-    /// Closes early, so that an error of the last write is seen.
-    bool closeNow() {
-        const int value = value_;
-        value_ = -1;
-        return close(value) == 0;
-    }
-
-  private:
-    int value_;
-};
+Descriptor openFile(const fs::path& path, int flags = O_RDONLY, unsigned mode = 0) {
+    return Descriptor(open(path.c_str(), flags | O_CLOEXEC, mode));
+}
 
 std::error_code writeAll(const fs::path& path, std::string_view bytes, unsigned mode, bool flush) {
-    Descriptor file(path, O_WRONLY | O_CREAT | O_TRUNC, mode);
-    if (file.get() < 0)
+    Descriptor file = openFile(path, O_WRONLY | O_CREAT | O_TRUNC, mode);
+    if (!file.isOpen())
         return lastError();
     while (!bytes.empty()) {
         const ssize_t written = write(file.get(), bytes.data(), bytes.size());
@@ -59,12 +42,14 @@ std::error_code writeAll(const fs::path& path, std::string_view bytes, unsigned 
     }
     if (flush && fsync(file.get()) != 0)
         return lastError();
-    return file.closeNow() ? std::error_code() : lastError();
+    // Closing may tell that the last write has failed.
+    return close(file.release()) == 0 ? std::error_code() : lastError();
 }
 
 void flushFolder(const fs::path& folder) {
-    const Descriptor directory(folder.empty() ? fs::path(".") : folder, O_RDONLY | O_DIRECTORY);
-    if (directory.get() >= 0)
+    const Descriptor directory =
+        openFile(folder.empty() ? fs::path(".") : folder, O_RDONLY | O_DIRECTORY);
+    if (directory.isOpen())
         (void)fsync(directory.get()); // some file systems refuse; the rename stands anyway
 }
 
@@ -85,8 +70,8 @@ std::error_code keepAs(const fs::path& path, const fs::path& previous) {
 
 std::optional<std::string> readFile(const fs::path& path, std::error_code& error) {
     error.clear();
-    const Descriptor file(path);
-    if (file.get() < 0) {
+    const Descriptor file = openFile(path);
+    if (!file.isOpen()) {
         if (errno != ENOENT && errno != ENOTDIR)
             error = lastError();
         return std::nullopt;

@@ -37,15 +37,15 @@ std::string displayWithoutScreen(std::string display) {
     return display;
 }
 
-bool isSameUser(int connection) {
+bool isSameUser(const Descriptor& connection) {
     ucred credentials{};
     socklen_t size = sizeof credentials;
-    return getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &credentials, &size) == 0 &&
+    return getsockopt(connection.get(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) == 0 &&
            credentials.uid == geteuid();
 }
 
-int newSocket() {
-    return socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+Descriptor newSocket() {
+    return Descriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
 }
 
 bool fillAddress(sockaddr_un& address, const std::string& path) {
@@ -61,8 +61,8 @@ const sockaddr* generic(const sockaddr_un& address) {
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
-bool waitUntilReadable(int descriptor, double seconds) {
-    pollfd entry{descriptor, POLLIN, 0};
+bool waitUntilReadable(const Descriptor& descriptor, double seconds) {
+    pollfd entry{descriptor.get(), POLLIN, 0};
     return poll(&entry, 1, static_cast<int>(seconds * 1000)) == 1;
 }
 
@@ -92,14 +92,6 @@ std::vector<fs::path> pathsIn(std::string_view message) {
 SingleInstance::SingleInstance(fs::path folder, const std::string& display)
     : folder_(std::move(folder)), name_(displayWithoutScreen(display)) {}
 
-SingleInstance::~SingleInstance() {
-    stopListening();
-    leaveLock();
-    for (const int descriptor : {socketDescriptor_, folderDescriptor_})
-        if (descriptor >= 0)
-            close(descriptor);
-}
-
 fs::path SingleInstance::defaultFolder() {
     // Read before the program starts its threads.
     const char* runtime = std::getenv("XDG_RUNTIME_DIR"); // NOLINT(concurrency-mt-unsafe)
@@ -111,86 +103,74 @@ fs::path SingleInstance::defaultFolder() {
 
 bool SingleInstance::openFolder() {
     (void)mkdir(folder_.c_str(), S_IRWXU);
-    folderDescriptor_ =
-        open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); // NOLINT
+    folderDescriptor_ = Descriptor(
+        open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)); // NOLINT
     struct stat status {};
-    return folderDescriptor_ >= 0 && fstat(folderDescriptor_, &status) == 0 &&
+    return folderDescriptor_.isOpen() && fstat(folderDescriptor_.get(), &status) == 0 &&
            status.st_uid == geteuid() && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
 }
 
 SingleInstance::Role SingleInstance::claim() {
     if (openFolder())
-        lockDescriptor_ = openat(folderDescriptor_, ("lock" + name_).c_str(),
-                                 O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (lockDescriptor_ < 0) {
+        lock_ = Descriptor(openat(folderDescriptor_.get(), ("lock" + name_).c_str(),
+                                  O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!lock_.isOpen()) {
         logLine("Dresk cannot tell whether it runs already: " + folder_.string() +
                 " is not a folder of this user's own.");
         return Role::Unknown;
     }
-    if (flock(lockDescriptor_, LOCK_EX | LOCK_NB) != 0)
+    if (flock(lock_.get(), LOCK_EX | LOCK_NB) != 0)
         return Role::Late;
     openSocket();
     return Role::First;
 }
 
-void SingleInstance::leaveLock() {
-    if (lockDescriptor_ >= 0)
-        close(lockDescriptor_);
-    lockDescriptor_ = -1;
-}
-
 // By way of the descriptor of the folder, because the address of a socket is short.
 std::string SingleInstance::socketPath() const {
-    return "/proc/self/fd/" + std::to_string(folderDescriptor_) + "/socket" + name_;
+    return "/proc/self/fd/" + std::to_string(folderDescriptor_.get()) + "/socket" + name_;
 }
 
 void SingleInstance::openSocket() {
     const std::string path = socketPath();
     sockaddr_un address{};
-    socketDescriptor_ = newSocket();
+    socket_ = newSocket();
     // The lock is ours, so a socket that is here has nobody behind it.
     (void)unlink(path.c_str());
-    if (socketDescriptor_ >= 0 && fillAddress(address, path) &&
-        bind(socketDescriptor_, generic(address), sizeof address) == 0 &&
-        ::listen(socketDescriptor_, MaximumConnections) == 0)
+    if (socket_.isOpen() && fillAddress(address, path) &&
+        bind(socket_.get(), generic(address), sizeof address) == 0 &&
+        ::listen(socket_.get(), MaximumConnections) == 0)
         return;
     logLine("Dresk cannot be reached by later starts: no socket in " + folder_.string() + ".");
-    if (socketDescriptor_ >= 0)
-        close(socketDescriptor_);
-    socketDescriptor_ = -1;
+    socket_.reset();
 }
 
 void SingleInstance::listen(MainRunLoop& loop, Activated activated) {
     activated_ = std::move(activated);
-    if (socketDescriptor_ < 0)
+    if (!socket_.isOpen())
         return;
     loop_ = &loop;
-    loop_->addDescriptor(socketDescriptor_, [this] { accept(); });
+    loop_->addDescriptor(socket_.get(), [this] { accept(); });
 }
 
 void SingleInstance::stopListening() {
     if (loop_ == nullptr)
         return;
-    loop_->removeDescriptor(socketDescriptor_);
+    loop_->removeDescriptor(socket_.get());
     while (!connections_.empty())
-        forget(connections_.back());
+        forget(connections_.back().get());
     loop_ = nullptr;
 }
 
 void SingleInstance::accept() {
-    const int connection =
-        accept4(socketDescriptor_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (connection < 0)
+    Descriptor connection(accept4(socket_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    if (!connection.isOpen() || !isSameUser(connection))
         return;
-    if (!isSameUser(connection)) {
-        close(connection);
-        return;
-    }
     // Whoever connects and says nothing must not use up the descriptors.
     if (connections_.size() >= MaximumConnections)
-        forget(connections_.front());
-    connections_.push_back(connection);
-    loop_->addDescriptor(connection, [this, connection] { receive(connection); });
+        forget(connections_.front().get());
+    const int number = connection.get();
+    connections_.push_back(std::move(connection));
+    loop_->addDescriptor(number, [this, number] { receive(number); });
 }
 
 void SingleInstance::receive(int connection) {
@@ -209,44 +189,43 @@ void SingleInstance::receive(int connection) {
 }
 
 void SingleInstance::forget(int connection) {
-    std::erase(connections_, connection);
     loop_->removeDescriptor(connection);
-    close(connection);
+    std::erase_if(connections_,
+                  [connection](const Descriptor& other) { return other.get() == connection; });
 }
 
 // The first one may be on its way between lock and socket.
-int SingleInstance::connectToFirst() const {
+Descriptor SingleInstance::connectToFirst() const {
     sockaddr_un address{};
     if (!fillAddress(address, socketPath()))
-        return -1;
+        return {};
     const double deadline = steadySeconds() + AnswerTimeout;
     do {
-        const int connection = newSocket();
-        if (connection < 0)
-            return -1;
-        if (connect(connection, generic(address), sizeof address) == 0 && isSameUser(connection))
+        Descriptor connection = newSocket();
+        if (!connection.isOpen())
+            return {};
+        if (connect(connection.get(), generic(address), sizeof address) == 0 &&
+            isSameUser(connection))
             return connection;
-        close(connection);
         (void)poll(nullptr, 0, RetryMilliseconds);
     } while (steadySeconds() < deadline);
-    return -1;
+    return {};
 }
 
 bool SingleInstance::activateOthers(const std::vector<fs::path>& files) {
-    const int connection = connectToFirst();
-    if (connection < 0)
+    const Descriptor connection = connectToFirst();
+    if (!connection.isOpen())
         return false;
     bool taken = true;
     for (std::string message : messagesFor(files)) {
         message += '\0';
         char answer = 0;
         taken = taken &&
-                send(connection, message.data(), message.size(), MSG_NOSIGNAL) ==
+                send(connection.get(), message.data(), message.size(), MSG_NOSIGNAL) ==
                     static_cast<ssize_t>(message.size()) &&
                 waitUntilReadable(connection, AnswerTimeout) &&
-                recv(connection, &answer, 1, 0) == 1 && answer == Taken;
+                recv(connection.get(), &answer, 1, 0) == 1 && answer == Taken;
     }
-    close(connection);
     return taken;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Foundation/Descriptor.h"
 #include "Foundation/RunLoop.h"
 
 namespace dresk {
@@ -20,7 +21,7 @@ class SingleInstance {
     SingleInstance(std::filesystem::path folder, const std::string& display);
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
-    ~SingleInstance();
+    ~SingleInstance() { stopListening(); }
 
     enum class Role {
         First,
@@ -34,7 +35,7 @@ class SingleInstance {
 
     /// In a forked worker: leaves the lock to the process that claimed it, so that it ends with
     /// that one.
-    void leaveLock();
+    void leaveLock() { lock_.reset(); }
 
     // The first one.
     /// `activated` is called on the loop when a later start shows up, with the absolute paths it
@@ -57,17 +58,17 @@ class SingleInstance {
     void accept();
     void receive(int connection);
     void forget(int connection);
-    int connectToFirst() const;
+    Descriptor connectToFirst() const;
     std::string socketPath() const;
 
     std::filesystem::path folder_;
     std::string name_;
-    int folderDescriptor_ = -1;
-    int lockDescriptor_ = -1;
-    int socketDescriptor_ = -1;
+    Descriptor folderDescriptor_;
+    Descriptor lock_;
+    Descriptor socket_;
     MainRunLoop* loop_ = nullptr;
     Activated activated_;
-    std::vector<int> connections_;
+    std::vector<Descriptor> connections_;
 };
 
 } // namespace dresk
