@@ -5,6 +5,7 @@
 
 #include "Foundation/AttributedStringConversion.h"
 #include "Foundation/TextAttributes.h"
+#include "input/PasteboardData.h"
 
 namespace dresk {
 
@@ -72,21 +73,6 @@ class Expansion final : public PasteboardOwner {
     const std::optional<String> stringData_;
     const std::optional<AttributedString> attributedStringData_;
     const bool excludeParagraphTag_ = false;
-};
-
-/// What the user had copied.
-class SavedContent final : public PasteboardOwner {
-  public:
-    explicit SavedContent(std::shared_ptr<const PasteboardContents> contents)
-        : contents_(std::move(contents)) {}
-
-    std::optional<std::string> provideDataForType(StringView type) override {
-        return contents_->dataForType(type);
-    }
-    void dataTaken(StringView /*type*/) override {}
-
-  private:
-    const std::shared_ptr<const PasteboardContents> contents_;
 };
 
 } // namespace
@@ -172,8 +158,8 @@ void ClipboardDataProvider::restoreNow() {
 void ClipboardDataProvider::declareBackup() {
     isRestoreOwed_ = false;
     providedData_ = nullptr;
-    changeCount_ = pasteboard_.declareTypes(backupData_->types(),
-                                            std::make_shared<SavedContent>(backupData_), {});
+    changeCount_ = pasteboard_.declareTypes(
+        backupData_->types(), std::make_shared<PasteboardContentsOwner>(backupData_), {});
 }
 
 } // namespace dresk

@@ -70,8 +70,11 @@ class Pasteboard {
     virtual std::int64_t declareTypes(const std::vector<String>& types,
                                       std::shared_ptr<PasteboardOwner> owner,
                                       PasteboardOptions options) = 0;
-    /// What can be had now, as the platform names it.
+    /// What can be had now, as the platform names it. Waits for the owner for about 0.1 seconds at
+    /// most; empty when it does not tell.
     virtual std::vector<String> types() = 0;
+    /// Whether what can be had now holds the type, under any of the platform's names for it.
+    virtual bool offersType(StringView type) = 0;
     /// Waits for the owner for about 0.1 seconds at most; null when it gives none.
     virtual std::optional<std::string> dataForType(StringView type) = 0;
     /// Leaves what this program has on the pasteboard with whoever keeps it beyond the program's

@@ -22,4 +22,18 @@ class PasteboardData final : public PasteboardOwner {
     const Datas datas_;
 };
 
+/// Offers what was read from the pasteboard, as far as it has come. `contents` is not null.
+class PasteboardContentsOwner final : public PasteboardOwner {
+  public:
+    explicit PasteboardContentsOwner(std::shared_ptr<const PasteboardContents> contents)
+        : contents_(std::move(contents)) {}
+    std::optional<std::string> provideDataForType(StringView type) override {
+        return contents_->dataForType(type);
+    }
+    void dataTaken(StringView /*type*/) override {}
+
+  private:
+    const std::shared_ptr<const PasteboardContents> contents_;
+};
+
 } // namespace dresk

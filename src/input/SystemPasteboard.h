@@ -5,14 +5,13 @@
 
 namespace dresk {
 
-/// The desktop's pasteboard as expansions read it: text in UTF-8 becomes text, and a type counts as
-/// offered under the platform's names for it, too. Any thread.
+/// The desktop's pasteboard as expansions read it: text in UTF-8 becomes text. Any thread.
 class SystemPasteboard final : public GeneralPasteboard {
   public:
     /// `pasteboard` outlives it.
     explicit SystemPasteboard(Pasteboard& pasteboard) : pasteboard_(pasteboard) {}
 
-    bool offersType(StringView type) override;
+    bool offersType(StringView type) override { return pasteboard_.offersType(type); }
     /// Waits for the owner for about 0.1 seconds at most.
     std::optional<std::string> dataForType(StringView type) override;
     std::optional<String> string() override;

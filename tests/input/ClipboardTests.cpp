@@ -85,6 +85,7 @@ TEST_F(Clipboard, AnswersEveryFormOfARichExpansion) {
             return 1;
         }
         std::vector<String> types() override { return {}; }
+        bool offersType(StringView) override { return false; }
         std::optional<std::string> dataForType(StringView) override { return std::nullopt; }
         void handOver() override {}
         std::shared_ptr<PasteboardOwner> owner;
@@ -147,12 +148,12 @@ TEST_F(Clipboard, SimpleFormsPutEverythingBackAtOnce) {
     EXPECT_EQ(data(PasteboardType::HTML), html);
 }
 
-TEST_F(Clipboard, SnippetsReadItUnderEitherName) {
+TEST_F(Clipboard, SnippetsReadIt) {
     const SnippetEnvironment environment = snippetEnvironmentWithPasteboard(pasteboard);
     GeneralPasteboard& general = *environment.pasteboard;
     EXPECT_EQ(general.string(), std::nullopt);
     const std::string rtf = RTFFromAttributedString(boldText(u"bold"));
-    pasteboard.copy({{u"text/html", "<b>bold</b>"},
+    pasteboard.copy({{String(PasteboardType::HTML), "<b>bold</b>"},
                      {String(PasteboardType::RTF), rtf},
                      {String(PasteboardType::String), "b\xC3\xB6ld"}});
     EXPECT_EQ(general.string(), u"böld");

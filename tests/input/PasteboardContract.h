@@ -117,10 +117,16 @@ const String Custom = u"application/x-test;kind=\"ü\"";
 
 TEST_P(PasteboardContract, ACopyIsSeen) {
     const std::int64_t before = pasteboard().changeCount();
-    driver().copy({{String(PasteboardType::String), "Grüße 漢"}, {Custom, {"\0\xFF", 2}}});
+    driver().copy({{String(PasteboardType::String), "Grüße 漢"},
+                   {String(PasteboardType::HTML), "<b>漢</b>"},
+                   {Custom, {"\0\xFF", 2}}});
     EXPECT_GT(pasteboard().changeCount(), before);
     expectData(PasteboardType::String, "Grüße 漢");
     expectData(Custom, std::string("\0\xFF", 2));
+    for (const StringView type : {PasteboardType::String, PasteboardType::HTML, StringView(Custom)})
+        EXPECT_TRUE(pasteboard().offersType(type)) << toUTF8(type);
+    for (const StringView type : {PasteboardType::PNG, PasteboardType::RTFD, StringView()})
+        EXPECT_FALSE(pasteboard().offersType(type)) << toUTF8(type);
     EXPECT_EQ(pasteboard().dataForType(u"image/x-none"), std::nullopt);
     EXPECT_EQ(pasteboard().dataForType(PasteboardType::RTFD), std::nullopt);
     EXPECT_EQ(pasteboard().dataForType(u""), std::nullopt);

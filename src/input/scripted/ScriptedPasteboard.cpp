@@ -33,6 +33,10 @@ class ReadContents final : public PasteboardContents {
 
 } // namespace
 
+bool ScriptedPasteboard::State::offers(StringView type) const {
+    return std::find(types.begin(), types.end(), type) != types.end();
+}
+
 // A copy: an owner is asked without the lock.
 ScriptedPasteboard::State ScriptedPasteboard::state() const {
     const std::lock_guard lock(mutex_);
@@ -61,9 +65,13 @@ std::vector<String> ScriptedPasteboard::types() {
     return state().types;
 }
 
+bool ScriptedPasteboard::offersType(StringView type) {
+    return state().offers(type);
+}
+
 std::optional<std::string> ScriptedPasteboard::dataForType(StringView type) {
     const State state = this->state();
-    if (std::find(state.types.begin(), state.types.end(), type) == state.types.end())
+    if (!state.offers(type))
         return std::nullopt;
     if (state.owner != nullptr)
         return state.owner->provideDataForType(type);

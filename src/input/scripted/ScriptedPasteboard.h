@@ -22,6 +22,7 @@ class ScriptedPasteboard final : public Pasteboard {
                               std::shared_ptr<PasteboardOwner> owner,
                               PasteboardOptions options) override;
     std::vector<String> types() override;
+    bool offersType(StringView type) override;
     std::optional<std::string> dataForType(StringView type) override;
     void handOver() override {}
 
@@ -37,6 +38,8 @@ class ScriptedPasteboard final : public Pasteboard {
 
   private:
     struct State {
+        bool offers(StringView type) const;
+
         std::vector<String> types;
         std::map<String, std::string, std::less<>> data;
         std::shared_ptr<PasteboardOwner> owner;

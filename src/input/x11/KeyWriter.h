@@ -34,7 +34,6 @@ class KeyWriter {
     void begin(const GrabbedPress* pending, xcb_keycode_t grabKey);
     /// Ends the writing: Caps Lock, group and the modifiers that are still held come back.
     void end();
-    bool isWriting() const { return writing_; }
 
     /// Writes one posted event. `now` is in seconds on the run loop's clock.
     /// Waits for what the event awaits, for 0.15 seconds at most.

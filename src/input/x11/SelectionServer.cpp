@@ -37,7 +37,7 @@ std::optional<SelectionAnswer> SelectionDeclaration::provide(const SelectionOffe
 SelectionServer::SelectionServer(const XConnection& connection, AtomNames& names,
                                  WindowWatch& watch)
     : connection_(connection), names_(names), watch_(watch), incr_(names.atom("INCR")),
-      multiple_(names.atom("MULTIPLE")), targets_(names.atom("TARGETS")),
+      multiple_(names.atom("MULTIPLE")), targets_(names.atom(SelectionTarget::Targets)),
       timestamp_(names.atom("TIMESTAMP")) {
     constexpr std::size_t header = 64;
     const std::size_t longest = std::size_t{xcb_get_maximum_request_length(connection.get())} * 4;

@@ -97,7 +97,7 @@ std::vector<std::string> AtomNames::names(const std::vector<xcb_atom_t>& atoms) 
 }
 
 bool SelectionTarget::isData(const std::string& target) {
-    constexpr std::array others = {"TARGETS", "MULTIPLE", "TIMESTAMP", "SAVE_TARGETS", "DELETE"};
+    constexpr std::array others = {Targets, "MULTIPLE", "TIMESTAMP", "SAVE_TARGETS", "DELETE"};
     return std::find(others.begin(), others.end(), target) == others.end() &&
            !target.starts_with("INSERT_") && !target.empty();
 }

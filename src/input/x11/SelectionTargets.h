@@ -48,6 +48,8 @@ struct SelectionOffer {
 };
 
 namespace SelectionTarget {
+/// Gives the names of the others.
+inline constexpr const char* Targets = "TARGETS";
 /// Offered beside the data, and asks clipboard managers not to keep it.
 inline constexpr const char* Hint = "x-kde-passwordManagerHint";
 inline constexpr const char* SecretHint = "secret";

@@ -1,45 +1,25 @@
 #include "input/x11/X11Pasteboard.h"
 
 #include <algorithm>
-#include <cstring>
-#include <exception>
-#include <set>
 
-#include "Foundation/Log.h"
+#include "input/PasteboardData.h"
 #include "input/x11/QuietThread.h"
 
 namespace dresk {
 
 namespace {
 
-constexpr std::size_t MostTargets = 256;
-constexpr std::size_t MostForms = 1024;
 /// Contents that an owner did not give are asked for again only behind this, in seconds.
 constexpr double SecondsToAskAgain = 10;
 /// The same for single types.
 constexpr double SecondsOfSilence = 1;
 
-constexpr const char* TargetsTarget = "TARGETS";
 constexpr const char* SaveTarget = "SAVE_TARGETS";
 
 constexpr std::uint32_t AllSelectionEvents =
     XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
     XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
     XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE;
-
-/// Offers what was read as it was.
-class ContentsOwner final : public PasteboardOwner {
-  public:
-    explicit ContentsOwner(std::shared_ptr<const PasteboardContents> contents)
-        : contents_(std::move(contents)) {}
-    std::optional<std::string> provideDataForType(StringView type) override {
-        return contents_->dataForType(type);
-    }
-    void dataTaken(StringView /*type*/) override {}
-
-  private:
-    const std::shared_ptr<const PasteboardContents> contents_;
-};
 
 xcb_window_t ownerOf(const XConnection& connection, xcb_atom_t selection) {
     const XPointer<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
@@ -60,16 +40,6 @@ std::shared_ptr<SelectionDeclaration> declarationOf(const std::vector<String>& t
     declaration->offers = offersForTypes(types);
     declaration->owner = std::move(owner);
     return declaration;
-}
-
-/// Nothing that goes wrong, such as a lack of memory for what others offer, ends the thread.
-template <class Call>
-void guard(const Call& call) {
-    try {
-        call();
-    } catch (const std::exception& error) {
-        logLine(std::string("The clipboard failed: ") + error.what());
-    }
 }
 
 std::vector<std::string> targetsOf(const SelectionDeclaration& declaration) {
@@ -209,6 +179,14 @@ std::vector<String> X11Pasteboard::types() {
     return types;
 }
 
+bool X11Pasteboard::offersType(StringView type) {
+    const std::vector<String> offered = types();
+    const std::vector<std::string> targets = targetsForType(type);
+    return std::any_of(targets.begin(), targets.end(), [&](const std::string& target) {
+        return std::find(offered.begin(), offered.end(), fromLatin1(target)) != offered.end();
+    });
+}
+
 std::optional<std::string> X11Pasteboard::dataForType(StringView type) {
     const double deadline = steadySeconds() + AnswerSeconds;
     Lock lock(mutex_);
@@ -327,7 +305,7 @@ std::uint64_t X11Pasteboard::chase(xcb_atom_t selection, xcb_window_t owner) {
     const auto answer = std::make_shared<SelectionContents>();
     reader_.begin({selection,
                    owner,
-                   {TargetsTarget},
+                   {SelectionTarget::Targets},
                    answer,
                    [this, chase, answer] { targetsCame(chase, *answer); },
                    SelectionReader::Patience,
@@ -398,8 +376,8 @@ void X11Pasteboard::savePrimary() {
 void X11Pasteboard::giveBackPrimary() {
     Declaration declaration;
     if (savedPrimary_ != nullptr && !savedPrimary_->types().empty()) {
-        auto given =
-            declarationOf(savedPrimary_->types(), std::make_shared<ContentsOwner>(savedPrimary_));
+        auto given = declarationOf(savedPrimary_->types(),
+                                   std::make_shared<PasteboardContentsOwner>(savedPrimary_));
         given->forms = savedPrimary_->forms();
         declaration = std::move(given);
     }
@@ -432,6 +410,20 @@ std::shared_ptr<SelectionContents> X11Pasteboard::ask(const std::string& target)
     return contents;
 }
 
+void X11Pasteboard::provideAll(Declaration declaration, std::vector<std::string> targets,
+                               std::shared_ptr<SelectionContents> contents) {
+    loop_.post({this, "provideAll"},
+               [this, declaration = std::move(declaration), targets = std::move(targets),
+                contents = std::move(contents)] {
+                   for (const std::string& target : targets)
+                       if (const SelectionOffer* offer = declaration->offer(target))
+                           if (auto answer = declaration->provide(*offer))
+                               contents->add(target, std::move(*answer));
+                   contents->complete(false);
+                   wakeWaiters();
+               });
+}
+
 bool X11Pasteboard::await(Lock& lock, double deadline, const std::function<bool()>& condition) {
     flushAndWake();
     while (!condition()) {
@@ -447,153 +439,6 @@ bool X11Pasteboard::await(Lock& lock, double deadline, const std::function<bool(
 void X11Pasteboard::flushAndWake() {
     connection_->flush();
     loop_.cancelAndCallAfter(0, {this, "serve"}, [this] { serve(); });
-}
-
-void X11Pasteboard::serve() {
-    guard([this] {
-        while (const auto event = nextEvent())
-            handle(*event);
-        reader_.giveUpOverdue(steadySeconds());
-        server_.endOverdue(steadySeconds());
-    });
-    connection_->flush();
-    armDeadline();
-}
-
-// What was begun is known before the answers to it are handled.
-XPointer<xcb_generic_event_t> X11Pasteboard::nextEvent() {
-    XPointer<xcb_generic_event_t> event;
-    {
-        const Lock lock(mutex_);
-        ingest();
-        if (!events_.empty()) {
-            event = std::move(events_.front());
-            events_.pop_front();
-        }
-    }
-    reader_.takeBegun();
-    return event;
-}
-
-void X11Pasteboard::handle(const xcb_generic_event_t& event) {
-    if (isSelectionNotice(event)) {
-        announce(reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event));
-        return;
-    }
-    // Only notices of answers come from programs; anything else that one sends is made up.
-    constexpr std::uint8_t sent = 0x80;
-    switch (event.response_type) {
-    case XCB_SELECTION_NOTIFY | sent:
-    case XCB_SELECTION_NOTIFY:
-        reader_.selectionNotify(reinterpret_cast<const xcb_selection_notify_event_t&>(event));
-        break;
-    case XCB_SELECTION_REQUEST:
-        server_.selectionRequest(reinterpret_cast<const xcb_selection_request_event_t&>(event));
-        break;
-    case XCB_PROPERTY_NOTIFY: {
-        const auto& notice = reinterpret_cast<const xcb_property_notify_event_t&>(event);
-        reader_.propertyNotify(notice);
-        server_.propertyNotify(notice);
-        break;
-    }
-    case XCB_DESTROY_NOTIFY: {
-        const auto& notice = reinterpret_cast<const xcb_destroy_notify_event_t&>(event);
-        reader_.windowDestroyed(notice.window);
-        server_.windowDestroyed(notice.window);
-        break;
-    }
-    default:
-        // Errors included: windows of other programs go at any time.
-        break;
-    }
-}
-
-// Requests that came before a declaration get what stood there when they were made.
-void X11Pasteboard::announce(const xcb_xfixes_selection_notify_event_t& event) {
-    Declaration declaration;
-    if (event.owner == window_ && event.subtype == XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER) {
-        const Lock lock(mutex_);
-        auto& announced = selection(event.selection).announced;
-        if (!announced.empty()) {
-            declaration = std::move(announced.front());
-            announced.pop_front();
-        }
-    }
-    server_.serve(event.selection, std::move(declaration), event.selection_timestamp);
-}
-
-void X11Pasteboard::targetsCame(std::uint64_t chase, const SelectionContents& answer) {
-    const auto told = answer.answer(TargetsTarget);
-    const bool areTold = told != nullptr && told->format == 32;
-    std::vector<std::string> targets = SelectionTarget::usual();
-    if (areTold) {
-        std::vector<xcb_atom_t> atoms(
-            std::min(told->bytes.size() / sizeof(xcb_atom_t), MostTargets));
-        if (!atoms.empty())
-            std::memcpy(atoms.data(), told->bytes.data(), atoms.size() * sizeof(xcb_atom_t));
-        targets = names_.names(atoms);
-        std::set<std::string> seen;
-        std::erase_if(targets, [&](const std::string& target) {
-            return !SelectionTarget::isData(target) || !seen.insert(target).second;
-        });
-    }
-    const Lock lock(mutex_);
-    if (source_.state == Source::State::Asked && source_.chase == chase) {
-        source_.state = areTold ? Source::State::Told : Source::State::Silent;
-        source_.hasNoList = !answer.hasGivenUp();
-        source_.targets = targets;
-    }
-    std::erase_if(waiting_, [&](const Waiting& waiting) {
-        if (waiting.chase != chase)
-            return false;
-        read(waiting, targets, areTold);
-        return true;
-    });
-    changed_.notify_all();
-}
-
-void X11Pasteboard::contentsCame(const SelectionContents& contents) {
-    auto forms = contents.forms();
-    const Lock lock(mutex_);
-    if (forms_.size() + forms.size() > MostForms)
-        forms_.clear();
-    for (auto& [target, form] : forms)
-        forms_[target] = std::move(form);
-    changed_.notify_all();
-}
-
-void X11Pasteboard::provideAll(Declaration declaration, std::vector<std::string> targets,
-                               std::shared_ptr<SelectionContents> contents) {
-    loop_.post({this, "provideAll"},
-               [this, declaration = std::move(declaration), targets = std::move(targets),
-                contents = std::move(contents)] {
-                   for (const std::string& target : targets)
-                       if (const SelectionOffer* offer = declaration->offer(target))
-                           if (auto answer = declaration->provide(*offer))
-                               contents->add(target, std::move(*answer));
-                   contents->complete(false);
-                   wakeWaiters();
-               });
-}
-
-void X11Pasteboard::armDeadline() {
-    std::optional<double> next = reader_.nextDeadline();
-    if (const auto other = server_.nextDeadline())
-        next = std::min(next.value_or(*other), *other);
-    const CallName name{this, "deadline"};
-    if (next.has_value())
-        loop_.cancelAndCallAfter(*next - steadySeconds(), name, [this] { serve(); });
-    else
-        loop_.cancel(name);
-    if (!connection_->isAlive()) {
-        loop_.removeDescriptor(descriptor_);
-        reader_.giveUpAll();
-    }
-}
-
-void X11Pasteboard::wakeWaiters() {
-    const Lock lock(mutex_);
-    changed_.notify_all();
 }
 
 } // namespace dresk

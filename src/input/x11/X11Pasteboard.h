@@ -17,8 +17,8 @@ namespace dresk {
 /// comes back is the clipboard thread's. No call waits for another program longer than its bound.
 class X11Pasteboard final : public Pasteboard {
   public:
-    /// dataForType and types wait so long for the owner, in seconds, and ask one that did not
-    /// answer again only after a second.
+    /// dataForType, types and offersType wait so long for the owner, in seconds, and ask one that
+    /// did not answer again only after a second.
     static constexpr double AnswerSeconds = 0.1;
     /// How long a declaration waits for an owner that has not told its targets yet while its
     /// content is being read. Behind that the usual targets are asked for unseen.
@@ -35,6 +35,7 @@ class X11Pasteboard final : public Pasteboard {
                               std::shared_ptr<PasteboardOwner> owner,
                               PasteboardOptions options) override;
     std::vector<String> types() override;
+    bool offersType(StringView type) override;
     std::optional<std::string> dataForType(StringView type) override;
     void handOver() override;
 
