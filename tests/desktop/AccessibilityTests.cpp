@@ -1,9 +1,8 @@
-#include <chrono>
 #include <csignal>
 #include <future>
-#include <thread>
 
 #include "Foundation/RunLoop.h"
+#include "desktop/Deadline.h"
 #include "desktop/DesktopTest.h"
 #include "input/AXUtils.h"
 #include "input/x11/X11Desktop.h"
@@ -61,15 +60,6 @@ class AccessibilityOnX11 : public DesktopTest,
             return testing::AssertionSuccess();
         return testing::AssertionFailure()
                << "told: " << (told.has_value() ? toUTF8(*told) : "nothing");
-    }
-    static bool await(const std::function<bool()>& condition, double seconds = 10) {
-        using namespace std::chrono_literals;
-        for (const double end = steadySeconds() + seconds; steadySeconds() < end;) {
-            if (condition())
-                return true;
-            std::this_thread::sleep_for(10ms);
-        }
-        return false;
     }
 
     std::unique_ptr<Desktop> desktop_;

@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <chrono>
+#include <functional>
+#include <thread>
 
 #include <poll.h>
 
@@ -41,5 +43,16 @@ class Deadline {
     using Clock = std::chrono::steady_clock;
     Clock::time_point end_;
 };
+
+/// Whether the condition comes true within so many seconds.
+inline bool await(const std::function<bool()>& condition, double seconds = 20) {
+    const Deadline deadline(seconds);
+    while (!condition()) {
+        if (deadline.passed())
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
 
 } // namespace dresk

@@ -43,7 +43,7 @@ class Peers : public testing::Test {
         EXPECT_TRUE(request.has_value());
         if (request.has_value())
             peer->answerTargets(*request, targets);
-        EXPECT_TRUE(awaitThat([&] { return pasteboard_->types().size() == targets.size(); }));
+        EXPECT_TRUE(await([&] { return pasteboard_->types().size() == targets.size(); }));
         return peer;
     }
 
@@ -96,11 +96,11 @@ TEST_F(Peers, OnlyTheFrontTakes) {
     EXPECT_EQ(owner->taken(), 0);
     front.take("UTF8_STRING");
     EXPECT_EQ(front.fetch("CLIPBOARD", "UTF8_STRING")->bytes.size(), 1'000'000U);
-    EXPECT_TRUE(awaitThat([&] { return owner->taken() == 1; }));
+    EXPECT_TRUE(await([&] { return owner->taken() == 1; }));
     // One that leaves the property behind has it all the same.
     const auto small = promise({Text}, "x");
     front.ask("CLIPBOARD", "UTF8_STRING");
-    EXPECT_TRUE(awaitThat([&] { return small->taken() == 1; }));
+    EXPECT_TRUE(await([&] { return small->taken() == 1; }));
 }
 
 TEST_F(Peers, SeveralAtOnce) {
@@ -164,7 +164,7 @@ TEST_F(Peers, AnOwnerThatVanishesIsGivenUpAtOnce) {
     peer->put(picture->requestor, picture->property, "image/png", 8, "part");
     ASSERT_TRUE(peer->awaitDeletion(*picture));
     peer.reset();
-    ASSERT_TRUE(awaitThat([&] { return contents->isComplete(); }, SelectionReader::Patience / 2));
+    ASSERT_TRUE(await([&] { return contents->isComplete(); }, SelectionReader::Patience / 2));
     EXPECT_EQ(contents->types(), (std::vector<String>{u"UTF8_STRING", u"image/png"}));
     EXPECT_EQ(contents->dataForType(Text), "text");
     EXPECT_EQ(contents->dataForType(PasteboardType::PNG), std::nullopt);
@@ -180,7 +180,7 @@ TEST_F(Peers, ASilentOwnerIsAskedOnce) {
     EXPECT_FALSE(peer->awaitRequest(0.05).has_value());
     // Its answer counts, however late.
     peer->answer(*request, "UTF8_STRING", 8, "late");
-    EXPECT_TRUE(awaitThat([&] { return pasteboard().dataForType(Text) == "late"; }));
+    EXPECT_TRUE(await([&] { return pasteboard().dataForType(Text) == "late"; }));
     EXPECT_FALSE(peer->awaitRequest(0.05).has_value());
 }
 
@@ -196,7 +196,7 @@ TEST_F(Peers, AnOwnerLateWithItsTargetsIsAskedForTheUsual) {
         else
             peer.notify(*request, false);
     }
-    ASSERT_TRUE(awaitThat([&] { return contents->isComplete(); }));
+    ASSERT_TRUE(await([&] { return contents->isComplete(); }));
     EXPECT_EQ(contents->types(), std::vector<String>{u"STRING"});
     EXPECT_EQ(contents->dataForType(Text), "\xC3\xBC");
 }
@@ -218,7 +218,7 @@ TEST_F(Peers, AnAnswerKeepsItsTypeAndFormat) {
         else
             peer->notify(*request, false);
     }
-    ASSERT_TRUE(awaitThat([&] { return contents->isComplete(); }));
+    ASSERT_TRUE(await([&] { return contents->isComplete(); }));
     EXPECT_EQ(contents->dataForType(u"TEXT"), "\xFC");
     EXPECT_EQ(contents->dataForType(Text), "\xC3\xBC");
     // A thing of the owner's own that nobody else can keep.
@@ -283,7 +283,7 @@ TEST_F(Peers, AnyAnswerIsSurvived) {
     SelectionPeer reader;
     promise({Text}, "still here");
     EXPECT_EQ(reader.fetch("CLIPBOARD", "UTF8_STRING")->bytes, "still here");
-    EXPECT_TRUE(awaitThat([&] { return pasteboard().dataForType(Text) == "still here"; }));
+    EXPECT_TRUE(await([&] { return pasteboard().dataForType(Text) == "still here"; }));
 }
 
 TEST_F(Peers, ThePrimarySelectionIsBorrowedAndGivenBack) {
@@ -349,7 +349,7 @@ TEST_F(Peers, ASlowConversionHoldsUpNobody) {
     const auto slow = std::make_shared<SlowOwner>();
     pasteboard().declareTypes({Text}, slow, {});
     peer.ask("CLIPBOARD", "UTF8_STRING");
-    ASSERT_TRUE(awaitThat([&] { return slow->isAsked.load(); }));
+    ASSERT_TRUE(await([&] { return slow->isAsked.load(); }));
     const double begin = steadySeconds();
     EXPECT_EQ(pasteboard().dataForType(Text), std::nullopt);
     const auto contents = pasteboard().contents();
@@ -360,7 +360,7 @@ TEST_F(Peers, ASlowConversionHoldsUpNobody) {
     // Who asked before the declaration gets what stood there then.
     EXPECT_TRUE(peer.awaitAnswer("UTF8_STRING").value_or(false));
     EXPECT_EQ(peer.take("UTF8_STRING")->bytes, "slow");
-    EXPECT_TRUE(awaitThat([&] { return contents->isComplete(); }));
+    EXPECT_TRUE(await([&] { return contents->isComplete(); }));
     EXPECT_EQ(contents->dataForType(Text), "slow");
     EXPECT_EQ(peer.fetch("CLIPBOARD", "UTF8_STRING")->bytes, "next");
 }
@@ -414,21 +414,21 @@ TEST_F(Peers, RoundsLeaveNothingBehind) {
         const auto contents = pasteboard().contents();
         promise({Text}, "expansion", {.concealed = true, .primaryToo = number % 2 == 0});
         EXPECT_EQ(peer.fetch("CLIPBOARD", "UTF8_STRING")->bytes, "expansion");
-        EXPECT_TRUE(awaitThat([&] { return contents->isComplete(); }));
+        EXPECT_TRUE(await([&] { return contents->isComplete(); }));
         const auto saved = std::make_shared<AnyOwner>(*contents->dataForType(Text));
         pasteboard().declareTypes(contents->types(), saved, {});
         EXPECT_EQ(peer.fetch("CLIPBOARD", "UTF8_STRING")->bytes, std::to_string(number));
     };
     round(0);
     const xcb_window_t window = peer.owner("CLIPBOARD");
-    ASSERT_TRUE(awaitThat([&] { return pasteboard().types().size() == 4; }));
+    ASSERT_TRUE(await([&] { return pasteboard().types().size() == 4; }));
     const std::size_t resources = resourcesOf(peer, window);
     const std::size_t descriptors = openDescriptors();
     const xcb_atom_t lastAtom = peer.atom("DRESK_TEST_BEFORE");
     for (int i = 1; i < 500; ++i)
         round(i);
     EXPECT_EQ(peer.atom("DRESK_TEST_BEHIND"), lastAtom + 1);
-    EXPECT_TRUE(awaitThat([&] { return resourcesOf(peer, window) <= resources; }))
+    EXPECT_TRUE(await([&] { return resourcesOf(peer, window) <= resources; }))
         << resourcesOf(peer, window) << " after " << resources;
     EXPECT_EQ(openDescriptors(), descriptors);
 }

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <chrono>
-#include <functional>
 #include <map>
 #include <memory>
-#include <thread>
 
 #include <gtest/gtest.h>
 
+#include "desktop/Deadline.h"
 #include "input/x11/X11Pasteboard.h"
 
 namespace dresk {
@@ -19,20 +17,9 @@ inline std::unique_ptr<X11Pasteboard> openPasteboard() {
     return pasteboard;
 }
 
-/// Whether it comes true within some seconds.
-inline bool awaitThat(const std::function<bool()>& condition, double seconds = 20) {
-    const double end = steadySeconds() + seconds;
-    while (!condition()) {
-        if (steadySeconds() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
 inline std::shared_ptr<const PasteboardContents> readAll(Pasteboard& pasteboard) {
     auto contents = pasteboard.contents();
-    EXPECT_TRUE(awaitThat([&] { return contents->isComplete(); }, 30));
+    EXPECT_TRUE(await([&] { return contents->isComplete(); }, 30));
     return contents;
 }
 

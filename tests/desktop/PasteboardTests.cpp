@@ -28,15 +28,13 @@ class X11PasteboardDriver final : public PasteboardDriver {
         }
         const std::int64_t before = pasteboard_->changeCount();
         other_->declareTypes(types, std::make_shared<TestOwner>(std::move(data)), {});
-        EXPECT_TRUE(awaitThat([&] { return pasteboard_->changeCount() > before; }));
+        EXPECT_TRUE(await([&] { return pasteboard_->changeCount() > before; }));
     }
     std::optional<std::string> paste(StringView type) override {
         const auto answer = front_.fetch("CLIPBOARD", targetsForType(type).front());
         return answer.has_value() ? std::optional(answer->bytes) : std::nullopt;
     }
-    bool awaitThat(const std::function<bool()>& condition) override {
-        return dresk::awaitThat(condition);
-    }
+    bool awaitThat(const std::function<bool()>& condition) override { return await(condition); }
 
   private:
     std::unique_ptr<X11Pasteboard> pasteboard_ = openPasteboard();
@@ -126,7 +124,7 @@ TEST_P(InTarget, AnExpansionIsPastedAndTheCopyComesBack) {
     ASSERT_TRUE(holds(*target, u"copied"));
     press(KeyA);
     press(KeyC);
-    ASSERT_TRUE(awaitThat([&] { return pasteboard().changeCount() > before; }));
+    ASSERT_TRUE(await([&] { return pasteboard().changeCount() > before; }));
     const auto contents = readAll(pasteboard());
     const auto types = contents->types();
     EXPECT_EQ(contents->dataForType(u"UTF8_STRING"), "copied");
@@ -134,22 +132,22 @@ TEST_P(InTarget, AnExpansionIsPastedAndTheCopyComesBack) {
 
     // Those who fetch at every change are no reason to take an expansion for pasted.
     GreedyManager manager;
-    ASSERT_TRUE(awaitThat([&] { return manager.fetched() >= 1; }));
+    ASSERT_TRUE(await([&] { return manager.fetched() >= 1; }));
     const auto first = promise(u"Grüße, 漢字 ", {.concealed = true});
-    ASSERT_TRUE(awaitThat([&] { return manager.fetched() >= 2; }));
+    ASSERT_TRUE(await([&] { return manager.fetched() >= 2; }));
     EXPECT_GT(first->asked(), 0);
     EXPECT_TRUE(first->taken().empty());
     press(KeyV);
-    ASSERT_TRUE(awaitThat([&] { return !first->taken().empty(); }));
+    ASSERT_TRUE(await([&] { return !first->taken().empty(); }));
     ASSERT_TRUE(holds(*target, u"Grüße, 漢字 "));
     const auto second = promise(u"again");
     press(KeyV);
-    ASSERT_TRUE(awaitThat([&] { return !second->taken().empty(); }));
+    ASSERT_TRUE(await([&] { return !second->taken().empty(); }));
     ASSERT_TRUE(holds(*target, u"Grüße, 漢字 again"));
 
     pasteboard().declareTypes(types, ownerOfContents(*contents), {});
     const auto other = openPasteboard();
-    EXPECT_TRUE(awaitThat([&] { return other->types() == types; }));
+    EXPECT_TRUE(await([&] { return other->types() == types; }));
     press(KeyV);
     EXPECT_TRUE(holds(*target, u"Grüße, 漢字 againcopied"));
 }
@@ -166,7 +164,7 @@ TEST_F(RealPrograms, ALargePictureGoesInPiecesBothWays) {
     const auto owner = ChildProcess::start(
         {"xclip", "-quiet", "-i", "-selection", "clipboard", "-t", "image/png", source});
     ASSERT_NE(owner, nullptr);
-    ASSERT_TRUE(awaitThat([&] { return pasteboard().changeCount() > before; }));
+    ASSERT_TRUE(await([&] { return pasteboard().changeCount() > before; }));
     const auto contents = readAll(pasteboard());
     EXPECT_EQ(contents->types(), std::vector<String>{u"image/png"});
     EXPECT_TRUE(contents->dataForType(PasteboardType::PNG) == picture);
@@ -190,9 +188,9 @@ TEST_F(RealPrograms, AStoppedOwnerHoldsUpNobody) {
         const auto owner =
             ChildProcess::start({"xclip", "-quiet", "-i", "-selection", "clipboard", source});
         ASSERT_NE(owner, nullptr);
-        ASSERT_TRUE(awaitThat([&] { return pasteboard().changeCount() > before; }));
+        ASSERT_TRUE(await([&] { return pasteboard().changeCount() > before; }));
         if (isKnown) {
-            ASSERT_TRUE(awaitThat([&] { return !pasteboard().types().empty(); }));
+            ASSERT_TRUE(await([&] { return !pasteboard().types().empty(); }));
         }
         owner->signal(SIGSTOP);
         // Without its targets this comes as after a change of the owner that nobody has asked yet.
@@ -214,7 +212,7 @@ TEST_F(RealPrograms, AStoppedOwnerHoldsUpNobody) {
         EXPECT_FALSE(contents->isComplete());
         // What it was asked before it lost the clipboard it answers when it can.
         owner->signal(SIGCONT);
-        ASSERT_TRUE(awaitThat([&] { return contents->isComplete(); }));
+        ASSERT_TRUE(await([&] { return contents->isComplete(); }));
         EXPECT_EQ(contents->dataForType(PasteboardType::String), "text");
         EXPECT_TRUE(tested.types().empty());
     }
@@ -231,7 +229,7 @@ TEST_F(RealPrograms, AFreshCopyIsNotLost) {
                             {});
         const auto contents = pasteboard().contents();
         promise(u"expansion");
-        ASSERT_TRUE(awaitThat([&] { return contents->isComplete(); }));
+        ASSERT_TRUE(await([&] { return contents->isComplete(); }));
         ASSERT_EQ(contents->dataForType(PasteboardType::String), text);
     }
 }

@@ -7,6 +7,7 @@
 #include <sys/uio.h>
 
 #include "Foundation/PollRunLoop.h"
+#include "desktop/Deadline.h"
 #include "desktop/DesktopTest.h"
 #include "input/x11/X11Desktop.h"
 #include "input/x11/XConnection.h"
@@ -16,16 +17,6 @@
 
 namespace dresk {
 namespace {
-
-bool await(const std::function<bool()>& condition, double seconds = 5) {
-    using namespace std::chrono_literals;
-    for (const double end = steadySeconds() + seconds; steadySeconds() < end;) {
-        if (condition())
-            return true;
-        std::this_thread::sleep_for(5ms);
-    }
-    return false;
-}
 
 class PlatformOnX11 : public DesktopTest {
   protected:

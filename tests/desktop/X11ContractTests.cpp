@@ -1,6 +1,7 @@
 #include <chrono>
 #include <thread>
 
+#include "desktop/Deadline.h"
 #include "desktop/KeyInjector.h"
 #include "desktop/TextTarget.h"
 #include "input/DesktopContract.h"
@@ -63,15 +64,7 @@ class X11DesktopDriver final : public DesktopDriver {
     void spend(double seconds) override {
         std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
     }
-    bool pumpUntil(const std::function<bool()>& condition) override {
-        using namespace std::chrono_literals;
-        for (int i = 0; i < 500; ++i) {
-            if (condition())
-                return true;
-            std::this_thread::sleep_for(10ms);
-        }
-        return false;
-    }
+    bool pumpUntil(const std::function<bool()>& condition) override { return await(condition, 5); }
 
   private:
     std::unique_ptr<KeyInjector> keys_;
