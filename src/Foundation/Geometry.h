@@ -2,7 +2,7 @@
 
 namespace dresk {
 
-/// A place on the desktop, in points. Which corner is the origin is told where one is used.
+/// In the desktop's unit, pixels on X11, unless told otherwise; so is where the origin lies.
 struct Point {
     double x = 0;
     double y = 0;

@@ -18,13 +18,12 @@ class VMHelperWindow;
 
 /// The icon by which the program shows in the panel.
 struct StatusItem {
-    /// Resource by name: "AutoText", "AutoTextCaution" or "AutoText-Disabled".
+    /// Resource by name: "AutoText", "AutoTextCaution" or "AutoText-Disabled"; 22 points wide and
+    /// high.
     String image;
     /// The image is a mask to be drawn in the panel's own colour; otherwise it has its own colours.
     bool isTemplate = true;
     String toolTip;
-    /// Width and height of the image in points.
-    static constexpr double ImageSize = 22.0;
 };
 
 /// A question or a message.

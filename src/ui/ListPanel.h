@@ -64,7 +64,7 @@ class ListPanel {
   private:
     enum class PositionMode { BelowCaret, AboveCaret, CentredInElement, CentredOnScreen };
     struct Place {
-        PositionMode mode;
+        PositionMode mode = PositionMode::BelowCaret;
         Rect frame;
     };
 
