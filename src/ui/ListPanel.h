@@ -88,7 +88,7 @@ class ListPanel {
     ListPanelView* view_ = nullptr;
 
     String hotkeyFormat_;
-    double orderColumnWidth_;
+    double orderColumnWidth_ = 0;
     /// Row height of the window as it was made, in points; 0 before there is one.
     double defaultRowHeight_ = 0;
     std::optional<std::size_t> selectedRow_;

@@ -81,9 +81,9 @@ std::optional<std::string> ScriptedPasteboard::dataForType(StringView type) {
 
 void ScriptedPasteboard::copy(Items items) {
     State copied;
-    for (auto& [type, data] : items) {
-        copied.types.push_back(type);
-        copied.data.emplace(type, std::move(data));
+    for (auto& item : items) {
+        copied.types.push_back(item.first);
+        copied.data.insert(std::move(item));
     }
     const std::lock_guard lock(mutex_);
     state_ = std::move(copied);

@@ -45,7 +45,7 @@ class X11Pasteboard final : public Pasteboard {
 
     /// A selection as far as it is ours.
     struct Selection {
-        xcb_atom_t atom;
+        xcb_atom_t atom = XCB_ATOM_NONE;
         bool isOwn = false;
         /// How often it was taken without the notice having been read.
         int unseen = 0;
