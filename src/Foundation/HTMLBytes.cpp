@@ -46,18 +46,22 @@ std::string namedEncoding(std::string_view bytes) {
     return {};
 }
 
-String decode(std::string_view bytes) {
+/// UTF-8 with whatever zero bytes there are.
+std::string decode(std::string_view bytes) {
     TextDecoder decoder;
+    const auto decoded = [&](std::string_view text, const char* encoding) {
+        return toUTF8(decoder.decode(text, encoding).value_or(String()));
+    };
     if (bytes.starts_with("\xEF\xBB\xBF"sv))
-        return fromUTF8(bytes.substr(3));
+        return toUTF8(fromUTF8(bytes.substr(3)));
     if (bytes.starts_with("\xFF\xFE"sv))
-        return decoder.decode(bytes.substr(2), "UTF-16LE").value_or(String());
+        return decoded(bytes.substr(2), "UTF-16LE");
     if (bytes.starts_with("\xFE\xFF"sv))
-        return decoder.decode(bytes.substr(2), "UTF-16BE").value_or(String());
+        return decoded(bytes.substr(2), "UTF-16BE");
     if (bytes.starts_with("<\0"sv))
-        return decoder.decode(bytes, "UTF-16LE").value_or(String());
+        return decoded(bytes, "UTF-16LE");
     if (bytes.starts_with("\0<"sv))
-        return decoder.decode(bytes, "UTF-16BE").value_or(String());
+        return decoded(bytes, "UTF-16BE");
     std::string encoding = namedEncoding(bytes);
     // Names that browsers take for something else. What names UTF-16 in single bytes is mistaken.
     if (encoding.starts_with("iso-8859-1") && encoding.size() == 10)
@@ -66,10 +70,10 @@ String decode(std::string_view bytes) {
         encoding.clear();
     if (!encoding.empty())
         if (auto text = decoder.decode(bytes, encoding))
-            return std::move(*text);
-    if (auto text = fromValidUTF8(bytes))
-        return std::move(*text);
-    return decoder.decode(bytes, TextDecoder::WesternEuropean);
+            return toUTF8(*text);
+    if (fromValidUTF8(bytes).has_value())
+        return std::string(bytes);
+    return toUTF8(decoder.decode(bytes, TextDecoder::WesternEuropean));
 }
 
 std::string withoutPercentEscapes(std::string_view text) {
@@ -86,7 +90,7 @@ std::string withoutPercentEscapes(std::string_view text) {
 } // namespace
 
 std::string decodeHTMLBytes(std::string_view bytes) {
-    std::string text = toUTF8(decode(bytes));
+    std::string text = decode(bytes);
     std::erase(text, '\0');
     return text;
 }

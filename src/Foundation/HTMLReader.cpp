@@ -82,7 +82,7 @@ void HTMLReader::startElement(std::string_view name, const std::vector<Attribute
         ++tooDeep_;
         return;
     }
-    const HTMLStyle outer = elements_.back().style;
+    const HTMLStyle& outer = elements_.back().style;
     Element element;
     element.style = outer;
     HTMLBox box;
@@ -93,6 +93,8 @@ void HTMLReader::startElement(std::string_view name, const std::vector<Attribute
         leftOut_ = 1;
         return;
     }
+    if (element.style == outer)
+        element.known = elements_.back().known;
     element.isBlock = box.isBlock;
     element.holdsBlanks = valueOf(attributes, "class") == "Apple-converted-space";
     elements_.push_back(std::move(element));
@@ -185,7 +187,8 @@ void HTMLReader::applyAttributes(std::string_view name, const std::vector<Attrib
             style.link = isUsableAddress(address) ? fromUTF8(address) : String();
         }
     }
-    applyCSS(valueOf(attributes, "style"), outer, style, box);
+    if (const std::string_view css = valueOf(attributes, "style"); !css.empty())
+        applyCSS(css, outer, style, box);
 }
 
 void HTMLReader::beginBlock(std::string_view name, Element& element) {
@@ -255,8 +258,18 @@ void HTMLReader::image(const std::vector<Attribute>& attributes) {
 void HTMLReader::characters(std::string_view text) {
     if (leftOut_ > 0)
         return;
-    for (const char16_t c : fromUTF8(text))
-        character(c);
+    const String units = fromUTF8(text);
+    for (std::size_t i = 0; i < units.size();) {
+        const char16_t first = units[i++];
+        character(first);
+        // The first one has settled everything for the rest of its word.
+        std::size_t end = i;
+        while (!isBlank(first) && end < units.size() && !isBlank(units[end]) &&
+               units[end] != u'\u00A0')
+            ++end;
+        appendToLine(StringView(units).substr(i, end - i));
+        i = end;
+    }
 }
 
 void HTMLReader::character(char16_t c) {
@@ -309,6 +322,14 @@ void HTMLReader::appendUnit(char16_t c, const AttributedString::Attributes& attr
         ++runs_.back().length;
     else
         runs_.push_back({1, attributes});
+}
+
+// In the style of what stands before.
+void HTMLReader::appendToLine(StringView text) {
+    if (text.empty() || fragmentEnded_)
+        return;
+    text_.append(text);
+    runs_.back().length += text.size();
 }
 
 const AttributedString::Attributes& HTMLReader::currentAttributes() {

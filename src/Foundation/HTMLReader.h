@@ -54,6 +54,7 @@ class HTMLReader {
     void character(char16_t c);
     void put(char16_t c, const AttributedString::Attributes& attributes);
     void appendUnit(char16_t c, const AttributedString::Attributes& attributes);
+    void appendToLine(StringView text);
     const AttributedString::Attributes& currentAttributes();
     AttributedString::Attributes attributesOfLineEnd();
     AttributedString::Attributes attributesFor(const HTMLStyle& style);

@@ -1,5 +1,7 @@
 #include "Foundation/String.h"
 
+#include <algorithm>
+
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
@@ -7,38 +9,61 @@ namespace dresk {
 
 namespace {
 
-/// False at the first ill-formed sequence if those are not to become U+FFFD.
-bool appendUTF8(String& text, std::string_view bytes, bool isReplacing) {
-    text.reserve(bytes.size());
+/// A byte becomes one unit at most, so the text is made once. What is no UTF-8 becomes U+FFFD, or
+/// makes the whole null.
+std::optional<String> convertUTF8(std::string_view bytes, bool mayBeMalformed) {
+    String text(bytes.size(), u'\0');
     const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
     const auto size = static_cast<std::int64_t>(bytes.size());
+    char16_t* out = text.data();
     for (std::int64_t i = 0; i < size;) {
+        if (data[i] < 0x80) {
+            *out++ = data[i++];
+            continue;
+        }
         UChar32 codePoint = 0;
         U8_NEXT(data, i, size, codePoint);
-        if (codePoint < 0 && !isReplacing)
-            return false;
-        appendCodePoint(text, codePoint < 0 ? 0xFFFD : static_cast<char32_t>(codePoint));
+        if (codePoint < 0) {
+            if (!mayBeMalformed)
+                return std::nullopt;
+            codePoint = 0xFFFD;
+        }
+        if (codePoint > 0xFFFF) {
+            *out++ = U16_LEAD(codePoint);
+            *out++ = U16_TRAIL(codePoint);
+        } else {
+            *out++ = static_cast<char16_t>(codePoint);
+        }
     }
-    return true;
+    text.resize(static_cast<std::size_t>(out - text.data()));
+    return text;
 }
 
 } // namespace
 
 String fromUTF8(std::string_view bytes) {
-    String text;
-    appendUTF8(text, bytes, true);
-    return text;
+    return std::move(*convertUTF8(bytes, true));
 }
 
 std::optional<String> fromValidUTF8(std::string_view bytes) {
-    String text;
-    return appendUTF8(text, bytes, false) ? std::optional(std::move(text)) : std::nullopt;
+    return convertUTF8(bytes, false);
 }
 
 std::string toUTF8(StringView text) {
     std::string bytes;
     bytes.reserve(text.size());
     for (std::size_t i = 0; i < text.size();) {
+        const std::size_t start = i;
+        while (i < text.size() && text[i] < 0x80)
+            ++i;
+        if (i > start) {
+            bytes.resize(bytes.size() + (i - start));
+            std::transform(text.begin() + static_cast<std::ptrdiff_t>(start),
+                           text.begin() + static_cast<std::ptrdiff_t>(i),
+                           bytes.end() - static_cast<std::ptrdiff_t>(i - start),
+                           [](char16_t unit) { return static_cast<char>(unit); });
+            continue;
+        }
         const CodePoint point = codePointAt(text, i);
         i += point.length;
         const char32_t value = U_IS_SURROGATE(point.value) ? 0xFFFD : point.value;

@@ -54,7 +54,8 @@ class InMemoryPasteboard final : public GeneralPasteboard {
 using RichTextReader =
     std::function<std::optional<AttributedString>(StringView type, const std::string& data)>;
 
-/// The reader for RTFD, RTF and HTML. Any thread.
+/// The reader for RTFD, RTF and HTML. Any thread. An expansion gives it no more than 2 MB of HTML
+/// and 4 MB of the others, and takes the plain text beyond that.
 RichTextReader pasteboardRichTextReader();
 
 } // namespace dresk

@@ -13,7 +13,7 @@ String number(std::uint64_t value) {
     return fromUTF8(std::to_string(value));
 }
 
-String quoted(StringView text) {
+String inQuotes(StringView text) {
     String result = u"\"";
     for (const char16_t unit : text) {
         if (unit == u'\n')
@@ -36,7 +36,7 @@ String describeAttributed(const AttributedString& text) {
     std::vector<AttributedString::Attributes> known;
     std::uint64_t start = 0;
     for (const AttributedString::Run& run : text.runs()) {
-        result.append(quoted(StringView(text.string()).substr(start, run.length)));
+        result.append(inQuotes(StringView(text.string()).substr(start, run.length)));
         start += run.length;
         if (equalAttributes(run.attributes, nullptr)) {
             result.push_back(u'-');
@@ -74,7 +74,7 @@ String describe(const DRScript::List& scripts) {
         result.append(u"@" + number(script->location()) + u" ");
         if (script->isAppleScript())
             result.append(u"apple ");
-        result.append(quoted(script->script()));
+        result.append(inQuotes(script->script()));
         if (!script->nestedScripts().empty())
             result.append(u" " + describe(script->nestedScripts()));
     }
@@ -88,13 +88,13 @@ String describeSnippetExpandedContent(const SnippetExpandedContent& content) {
     if (const auto* attributed = std::get_if<AttributedString>(&content.content()))
         result = describeAttributed(*attributed);
     else
-        result = quoted(content.string());
+        result = inQuotes(content.string());
     for (const auto& variable : content.variables())
         result.append(u" " + describe(*variable));
     if (!content.scripts().empty())
         result.append(u" scripts" + describe(content.scripts()));
     if (content.hasSuffix())
-        result.append(u" suffix" + quoted(*content.suffix()));
+        result.append(u" suffix" + inQuotes(*content.suffix()));
     return result;
 }
 

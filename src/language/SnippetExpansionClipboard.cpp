@@ -15,6 +15,13 @@ using Content = SnippetExpandedContent::Content;
 constexpr std::uint64_t LongestResult = std::uint64_t{64} * 1024 * 1024;
 constexpr std::uint64_t MaximumClipboardUnits = std::uint64_t{64} * 1024 * 1024;
 
+// Bytes of rich text on the clipboard that are read while the key waits: so many take far less than
+// the time after which the desktop passes the key without an answer. HTML is the slowest to read.
+constexpr std::size_t largestRichClipboard(StringView type) {
+    constexpr std::size_t megabyte = std::size_t{1024} * 1024;
+    return type == PasteboardType::HTML ? 2 * megabyte : 4 * megabyte;
+}
+
 String searchPattern(const SnippetClipboardVariable& variable) {
     const String& find = *variable.find();
     if (variable.regularExpressions())
@@ -135,7 +142,9 @@ std::optional<AttributedString> SnippetExpansion::readRichPasteboard() const {
         if (!environment_.pasteboard->offersType(type))
             continue;
         const auto data = environment_.pasteboard->dataForType(type);
-        return data.has_value() ? environment_.richTextReader(type, *data) : std::nullopt;
+        if (!data.has_value() || data->size() > largestRichClipboard(type))
+            return std::nullopt;
+        return environment_.richTextReader(type, *data);
     }
     return std::nullopt;
 }

@@ -26,8 +26,13 @@ AppDelegate::~AppDelegate() {
     if (macInputService_ != nullptr)
         macInputService_->disableEvents();
     endObservingPreferences();
-    // No more calls are posted: the tap thread has gone.
+    quickSearchEventHotKey_.reset();
+    // No more calls are posted: the other threads have gone.
     mainRunLoop_.cancelAll(this);
+    // The engine calls the lists, and the lists stand on the rest.
+    autoText_.reset();
+    macInputService_.reset();
+    userInterface_.tearDown();
 }
 
 void AppDelegate::initPreferences() {

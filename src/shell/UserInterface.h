@@ -85,7 +85,7 @@ class MacrosWindow {
 /// Everything with windows, as the shell sees it. The program has one. All of it belongs to the
 /// main thread, callbacks included. Nothing here waits for the user: what he answers comes by a
 /// callback, later and at most once. Callbacks touch the AppDelegate; the interface stops calling
-/// before that goes, which happens behind the end of the main loop.
+/// at `tearDown`.
 ///
 /// Whoever makes the interface gives it the AppDelegate before `launch`; from there it gets at
 /// data, engine and preferences for its windows.
@@ -147,11 +147,16 @@ class UserInterface {
     virtual void setFontSizeDelta(std::int64_t delta) = 0;
 
     // What engine and input service are given; null where the interface has none. Asked once, at
-    // launch, and alive until the interface goes.
+    // launch, and alive until `tearDown`.
     virtual SnippetSuggestionController* snippetSuggestionController() = 0;
     virtual SnippetQuickSearchController* snippetQuickSearchController() = 0;
     virtual FieldsEditorPresenter* fieldsEditorPresenter() = 0;
     virtual VMHelperWindow* vmHelperWindow() = 0;
+
+    /// The end of the program, behind that of the main loop: closes every window without a word and
+    /// gives up all that was made on the AppDelegate. Engine and input service have gone; what else
+    /// the AppDelegate has goes next. Nothing is called behind it.
+    virtual void tearDown() = 0;
 };
 
 } // namespace dresk

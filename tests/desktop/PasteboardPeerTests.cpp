@@ -53,6 +53,33 @@ class Peers : public testing::Test {
 
 const String Text(PasteboardType::String);
 
+// A call on another thread may read a request off the connection on its way.
+TEST_F(Peers, WhatACallHasReadAheadIsServed) {
+    SelectionPeer peer;
+    promise({Text}, "text");
+    const auto contents = readAll(pasteboard());
+    for (int i = 0; i < 300; ++i) {
+        peer.ask("CLIPBOARD", "UTF8_STRING");
+        (void)pasteboard().contents();
+        ASSERT_EQ(peer.awaitAnswer("UTF8_STRING"), true) << i;
+        ASSERT_TRUE(peer.take("UTF8_STRING").has_value());
+    }
+}
+
+TEST_F(Peers, AnotherProgramMayNameOurWindowAsTheOwner) {
+    SelectionPeer peer;
+    promise({Text}, "text");
+    const xcb_window_t window = peer.owner("CLIPBOARD");
+    peer.own("CLIPBOARD");
+    xcb_set_selection_owner(peer.connection(), window, peer.atom("CLIPBOARD"), XCB_CURRENT_TIME);
+    ASSERT_EQ(peer.owner("CLIPBOARD"), window);
+    EXPECT_TRUE(pasteboard().types().empty());
+    EXPECT_FALSE(pasteboard().dataForType(Text).has_value());
+    EXPECT_TRUE(readAll(pasteboard())->types().empty());
+    promise({Text}, "again");
+    EXPECT_EQ(pasteboard().dataForType(Text), "again");
+}
+
 TEST_F(Peers, TypesAreOfferedAsTheirTargets) {
     SelectionPeer peer;
     promise({Text},

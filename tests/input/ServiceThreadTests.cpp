@@ -99,6 +99,58 @@ TEST_F(ServiceThreads, EveryThreadMayAskAndSend) {
     EXPECT_TRUE(pumpUntil([&] { return keyUps > 0 && keyDowns == 2 * Rounds; }));
 }
 
+TEST_F(ServiceThreads, PastesWhileOthersReadTheClipboardAndPreferencesChange) {
+    constexpr int Rounds = 20;
+    const String Plain(PasteboardType::String);
+    ScriptedPasteboard& pasteboard = desktop.pasteboard();
+    pasteboard.copy({{Plain, "mine"}});
+    service.setRestoreClipboard(true);
+    service.clipboardDataProvider().setRestoreDelay(0);
+    service.enableEvents();
+    ASSERT_TRUE(pumpUntil([&] { return service.evenTapCreated(); }));
+    std::atomic<bool> done{false};
+    std::thread clipboardManager([&] {
+        while (!done) {
+            const auto contents = pasteboard.contents();
+            for (const String& type : contents->types())
+                (void)contents->dataForType(type);
+            (void)pasteboard.options();
+        }
+    });
+    std::thread background([&] {
+        for (int i = 0; i < Rounds; ++i)
+            service.sendOutput(job(u"<text of a script>"));
+    });
+    for (int i = 0; i < Rounds; ++i) {
+        desktop.typeText(u"aj");
+        service.sendOutput(job(u"<text of a form>"));
+        service.setUseClipboard(i % 2 == 0);
+        service.setUseClipboardIn(i % 3);
+        service.setUseClipboardApplications({u"an.application"});
+        service.setUseClipboardForLongText(i % 3 == 0);
+        service.setLongTextLength(i);
+        service.clipboardDataProvider().setRestoreDelay(i % 2 * 0.001);
+        mainLoop.runOnce(0);
+    }
+    background.join();
+    EXPECT_TRUE(pumpUntil([&] {
+        const String now = desktop.text();
+        return occurrences(now, u"<text of a script>") == Rounds &&
+               occurrences(now, u"<text of a form>") == Rounds &&
+               occurrences(now, u"<tap>") == Rounds;
+    })) << toUTF8(desktop.text());
+    // What the user had comes back behind the last job that was pasted.
+    service.setUseClipboard(true);
+    service.setUseClipboardIn(0);
+    service.sendOutput(job(u"<last>"));
+    EXPECT_TRUE(pumpUntil([&] {
+        return occurrences(desktop.text(), u"<last>") == 1 &&
+               pasteboard.dataForType(Plain) == "mine";
+    }));
+    done = true;
+    clipboardManager.join();
+}
+
 TEST_F(ServiceThreads, StoppingInTheMiddleLosesNoJob) {
     std::vector<std::shared_ptr<DROutput>> jobs;
     for (int i = 0; i < 50; ++i) {

@@ -84,6 +84,24 @@ TEST(ClipboardVariable, TakesTheFirstRichTypeInRichText) {
     EXPECT_EQ(world.expand(u"a【clipboard】z"), R"("az")");
 }
 
+TEST(ClipboardVariable, TakesThePlainTextWhereTheRichOneIsTooLong) {
+    constexpr std::size_t million = 1'048'576;
+    const std::pair<StringView, std::size_t> limits[] = {{PasteboardType::HTML, 2 * million},
+                                                         {PasteboardType::RTF, 4 * million},
+                                                         {PasteboardType::RTFD, 4 * million}};
+    for (const auto& [type, limit] : limits) {
+        ParserFixture world;
+        world.pasteboard->setString(u"plain");
+        const auto snippet = world.addRich(u"x", u"A:a【clipboard】z;");
+        std::string data = "B:" + std::string(limit - 3, 'b') + ";";
+        world.pasteboard->setData(type, data);
+        EXPECT_EQ(world.parser.parseSnippet(*snippet, {})->length(), limit - 3 + 2);
+        data.insert(2, "b");
+        world.pasteboard->setData(type, data);
+        EXPECT_EQ(world.expand(*snippet), R"(rich "aplainz"A)");
+    }
+}
+
 TEST(ClipboardVariable, StyleOfTheTokenLeavesPictures) {
     ParserFixture world;
     auto picture = std::make_shared<TextAttributes>();

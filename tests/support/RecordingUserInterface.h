@@ -50,6 +50,7 @@ class RecordingUserInterface final : public UserInterface, public MacrosWindow {
     SnippetQuickSearchController* snippetQuickSearchController() override { return quickSearch; }
     FieldsEditorPresenter* fieldsEditorPresenter() override { return nullptr; }
     VMHelperWindow* vmHelperWindow() override { return nullptr; }
+    void tearDown() override {}
 
     // MacrosWindow
     void add() override { note("add"); }

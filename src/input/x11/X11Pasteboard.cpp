@@ -198,6 +198,7 @@ std::optional<std::string> X11Pasteboard::dataForType(StringView type) {
         if (std::find(available.begin(), available.end(), target) == available.end())
             continue;
         const auto contents = ask(target);
+        flushAndWake();
         if (!contents->isComplete() && steadySeconds() < silentUntil_)
             return std::nullopt;
         if (!await(lock, deadline, [&] { return contents->isComplete(); })) {
@@ -232,10 +233,12 @@ void X11Pasteboard::handOver() {
     await(lock, steadySeconds() + HandOverSeconds, [&] { return answer->isComplete(); });
 }
 
-// Behind it every change that the server has made so far is known.
+// Behind it every change so far is known. What it read ahead no descriptor would wake anybody for.
 void X11Pasteboard::roundTrip() {
     ownerOf(*connection_, clipboard_.atom);
     ingest();
+    if (!events_.empty())
+        flushAndWake();
 }
 
 // Changes of owners count at once, whoever reads them off the connection; all events, these
@@ -254,8 +257,8 @@ void X11Pasteboard::noteOwner(const xcb_xfixes_selection_notify_event_t& event) 
     const bool isSet = event.subtype == XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER;
     const xcb_window_t owner = isSet ? event.owner : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
     Selection& changed = selection(event.selection);
-    changed.isOwn = owner == window_;
-    if (changed.isOwn)
+    changed.isOwn = owner == window_ && changed.latest != nullptr;
+    if (changed.isOwn && changed.unseen > 0)
         --changed.unseen;
     const bool isLost = !changed.isOwn && changed.unseen == 0;
     if (isLost)
@@ -276,7 +279,7 @@ void X11Pasteboard::noteClipboardOwner(xcb_window_t owner) {
     source_ = {};
     source_.owner = owner;
     if (owner == window_) {
-        source_.state = Source::State::Own;
+        source_.state = clipboard_.isOwn ? Source::State::Own : Source::State::Nobody;
         declaredCount_ = changeCount_;
     } else if (owner != XCB_WINDOW_NONE) {
         askTargets();
@@ -435,7 +438,6 @@ bool X11Pasteboard::await(Lock& lock, double deadline, const std::function<bool(
     return true;
 }
 
-// What a round trip has read ahead is served as well.
 void X11Pasteboard::flushAndWake() {
     connection_->flush();
     loop_.cancelAndCallAfter(0, {this, "serve"}, [this] { serve(); });

@@ -43,7 +43,8 @@ class X11Pasteboard final : public Pasteboard {
     using Lock = std::unique_lock<std::mutex>;
     using Declaration = std::shared_ptr<const SelectionDeclaration>;
 
-    /// A selection as far as it is ours.
+    /// A selection as far as it is ours. Any program can name any window as the owner: without a
+    /// declaration it is not.
     struct Selection {
         xcb_atom_t atom = XCB_ATOM_NONE;
         bool isOwn = false;

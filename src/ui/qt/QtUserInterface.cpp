@@ -48,6 +48,18 @@ void showPanel(QFileDialog* panel, UserInterface::PathChosen chosen) {
 
 QtUserInterface::~QtUserInterface() = default;
 
+// Lists and forms give the keyboard back by way of the desktop that the AppDelegate was given.
+void QtUserInterface::tearDown() {
+    fieldsEditors_.reset();
+    quickSearch_.reset();
+    suggestions_.reset();
+    qDeleteAll(panels_.findChildren<QDialog*>(QString(), Qt::FindDirectChildrenOnly));
+    accessPrompt_.reset();
+    diagnosticWindow_.reset();
+    aboutWindow_.reset();
+    statusItem_.reset();
+}
+
 void QtUserInterface::makeControllers(AppDelegate& delegate, const Places& places) {
     Desktop& desktop = delegate.desktop();
     RunLoop& loop = delegate.mainRunLoop();

@@ -32,7 +32,7 @@ class QtUserInterface final : public UserInterface {
         std::vector<std::filesystem::path> formModule;
     };
     /// Makes what the engine is given: lists, search and form. Before the launch; without it there
-    /// are none. `delegate` outlives their use.
+    /// are none. They live until `tearDown`.
     void makeControllers(AppDelegate& delegate, const Places& places);
 
     void setStatusItem(const StatusItem& item, std::shared_ptr<Menu> menu) override;
@@ -66,6 +66,7 @@ class QtUserInterface final : public UserInterface {
     }
     FieldsEditorPresenter* fieldsEditorPresenter() override { return fieldsEditors_.get(); }
     VMHelperWindow* vmHelperWindow() override { return &vmHelperWindow_; }
+    void tearDown() override;
 
   private:
     const String version_;

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "Foundation/RunLoop.h"
+#include "input/scripted/ScriptedDesktop.h"
+#include "shell/AppDelegate.h"
+#include "support/TemporaryFolder.h"
 #include "ui/qt/MenuView.h"
 #include "ui/qt/QtText.h"
 #include "ui/qt/QtUserInterface.h"
@@ -128,6 +131,34 @@ TEST(MenuView, KeepsLongAndStrangeTextsInTheirColumns) {
     const QFontMetricsF metrics(view.widget().font());
     for (const QString& column : text.split(u'\t'))
         EXPECT_LE(metrics.horizontalAdvance(column), 350);
+}
+
+// They stand on what the AppDelegate has, and give the keyboard back by way of it.
+TEST(Windows, GoBeforeWhatTheyStandOn) {
+    const test::TemporaryFolder folder;
+    VirtualTime time;
+    VirtualRunLoop loop(time);
+    PreferenceStore preferences;
+    auto desktop = std::make_unique<ScriptedDesktop>(time);
+    QtUserInterface windows(u"1");
+    AppDelegate::Environment environment;
+    environment.backupDirectory = folder / "Backups";
+    environment.clock = &time;
+    auto app =
+        std::make_unique<AppDelegate>(*desktop, preferences, loop, windows, std::move(environment));
+    windows.makeControllers(*app, {});
+    app->applicationDidFinishLaunching();
+    time.advance(AppDelegate::LaunchDelay);
+    ASSERT_TRUE(app->UILoaded());
+    windows.snippetQuickSearchController()->showWindowAtTopRightCorner();
+    windows.showAlert({u"Title", u"", {u"OK"}},
+                      [](std::size_t) { ADD_FAILURE() << "An alert answered at the end."; });
+    ASSERT_TRUE(windows.snippetQuickSearchController()->isVisible());
+
+    app.reset();
+    desktop.reset();
+    EXPECT_EQ(topLevel<QWidget>(), nullptr);
+    EXPECT_EQ(windows.snippetQuickSearchController(), nullptr);
 }
 
 TEST(Windows, AlertTellsTheButtonAndClosingIsTheLast) {
