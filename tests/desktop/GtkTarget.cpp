@@ -38,6 +38,11 @@ gboolean onFocus(GtkWidget*, GdkEventFocus* event, gpointer data) {
     return FALSE;
 }
 
+// Runs before the view's own handler, which asks for the clipboard.
+void onPaste(GtkTextView*, gpointer data) {
+    static_cast<Target*>(data)->control.pasteCommanded();
+}
+
 void onChanged(GtkTextBuffer*, gpointer data) {
     static_cast<Target*>(data)->control.textChanged();
 }
@@ -62,6 +67,7 @@ void makeWindow(Target& target) {
     g_signal_connect(target.window, "key-release-event", G_CALLBACK(onKey), &target);
     g_signal_connect(target.view, "focus-in-event", G_CALLBACK(onFocus), &target);
     g_signal_connect(target.view, "focus-out-event", G_CALLBACK(onFocus), &target);
+    g_signal_connect(target.view, "paste-clipboard", G_CALLBACK(onPaste), &target);
     g_signal_connect(target.buffer, "changed", G_CALLBACK(onChanged), &target);
     g_signal_connect(target.window, "destroy", G_CALLBACK(gtk_main_quit), nullptr);
 }

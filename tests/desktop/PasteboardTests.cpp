@@ -5,8 +5,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "desktop/ClipboardManager.h"
 #include "desktop/DesktopTest.h"
-#include "desktop/PasteboardRig.h"
 #include "desktop/SelectionPeer.h"
 #include "input/PasteboardContract.h"
 
@@ -46,35 +46,6 @@ std::unique_ptr<PasteboardDriver> make() {
     return std::make_unique<X11PasteboardDriver>();
 }
 INSTANTIATE_TEST_SUITE_P(X11, PasteboardContract, testing::Values(&make));
-
-/// Fetches everything at every change, as clipboard managers do.
-class GreedyManager {
-  public:
-    GreedyManager() : thread_([this] { run(); }) {}
-    ~GreedyManager() {
-        ends_ = true;
-        thread_.join();
-    }
-    int fetched() const { return fetched_; }
-
-  private:
-    void run() {
-        std::int64_t seen = 0;
-        while (!ends_) {
-            if (const std::int64_t count = pasteboard_->changeCount(); count != seen) {
-                seen = count;
-                readAll(*pasteboard_);
-                ++fetched_;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    }
-
-    std::unique_ptr<X11Pasteboard> pasteboard_ = openPasteboard();
-    std::atomic<bool> ends_{false};
-    std::atomic<int> fetched_{0};
-    std::thread thread_;
-};
 
 class RealPrograms : public DesktopTest {
   protected:
@@ -131,7 +102,7 @@ TEST_P(InTarget, AnExpansionIsPastedAndTheCopyComesBack) {
     EXPECT_EQ(contents->dataForType(PasteboardType::String), "copied");
 
     // Those who fetch at every change are no reason to take an expansion for pasted.
-    GreedyManager manager;
+    ClipboardManager manager;
     ASSERT_TRUE(await([&] { return manager.fetched() >= 1; }));
     const auto first = promise(u"Grüße, 漢字 ", {.concealed = true});
     ASSERT_TRUE(await([&] { return manager.fetched() >= 2; }));

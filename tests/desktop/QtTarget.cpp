@@ -53,6 +53,12 @@ class TextEdit final : public QTextEdit {
         }
         return QTextEdit::event(event);
     }
+    void keyPressEvent(QKeyEvent* event) override {
+        if (event->matches(QKeySequence::Paste)) {
+            control_.pasteCommanded();
+        }
+        QTextEdit::keyPressEvent(event);
+    }
     void focusInEvent(QFocusEvent* event) override {
         QTextEdit::focusInEvent(event);
         control_.announceFocus(true);

@@ -1,6 +1,10 @@
 #include "desktop/TargetControl.h"
 
+#include <chrono>
+#include <cstdlib>
 #include <sstream>
+#include <thread>
+#include <utility>
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -61,6 +65,7 @@ void TargetControl::serve() {
 }
 
 void TargetControl::answer(std::string_view request) {
+    constexpr std::string_view Stall = "stall ";
     if (request == "text") {
         changeTold_ = false;
         send("text " + escapeToLine(handlers_.text()));
@@ -74,6 +79,9 @@ void TargetControl::answer(std::string_view request) {
             send(lineOfKey(key));
         }
         send("end");
+    } else if (request.starts_with(Stall)) {
+        stallSeconds_ = std::strtod(std::string(request.substr(Stall.size())).c_str(), nullptr);
+        send("stalls");
     } else if (request == "quit") {
         handlers_.quit();
     }
@@ -95,6 +103,10 @@ void TargetControl::textChanged() {
         changeTold_ = true;
         send("changed");
     }
+}
+
+void TargetControl::pasteCommanded() {
+    std::this_thread::sleep_for(std::chrono::duration<double>(std::exchange(stallSeconds_, 0)));
 }
 
 void TargetControl::nameLastKey(std::uint32_t keycode, std::uint32_t keysym) {

@@ -31,6 +31,7 @@ bool keyOfLine(const std::string& line, TargetKey& key);
 ///   text                text TEXT
 ///   clear               cleared; forgets the keys too
 ///   keys                a line a key since the last clear, then end
+///   stall SECONDS       stalls; the next paste command is slept on for so long
 ///   quit                none, the program ends
 /// Told unasked: `window ID` once, `focus 1` and `focus 0`, and `changed` when the text has changed
 /// for the first time since it was last asked for.
@@ -58,6 +59,9 @@ class TargetControl {
     void announceFocus(bool focused);
     void textChanged();
     void keyArrived(const TargetKey& key) { keys_.push_back(key); }
+    /// To be called at a paste command, before the clipboard is asked for. Sleeps if the test wants
+    /// that.
+    void pasteCommanded();
     /// Fills in what a later stage of the application found out about the last key.
     void nameLastKey(std::uint32_t keycode, std::uint32_t keysym);
 
@@ -69,6 +73,7 @@ class TargetControl {
     Handlers handlers_;
     std::string received_;
     std::vector<TargetKey> keys_;
+    double stallSeconds_ = 0;
     bool changeTold_ = false;
     bool focused_ = false;
 };

@@ -1,11 +1,14 @@
 // The engine, the input service and the X11 desktop without windows, stored data or preferences, on
-// snippets from a table: test_expander FILE. It prints "ready" once it sees keys and runs until
-// SIGTERM.
+// snippets from a table: test_expander [--type | --paste SECONDS] FILE. Without an option it
+// types, and pastes long text; with --type it types that as well, with --paste it pastes
+// everything, and looks SECONDS behind each expansion whether the user's clipboard can come back.
+// It prints "ready" once it sees keys and runs until SIGTERM.
 //
 // The table is UTF-8 text, a snippet a line: abbreviation, mode and expansion, separated by tabs;
 // \t, \n and \\ stand for a tab, a line end and a backslash. Modes: immediate, delimiter, swallow.
 
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 
@@ -103,7 +106,14 @@ void awaitTap(PollRunLoop& loop, const MacInputService& service, double deadline
     }
 }
 
-int runExpander(const SnippetGroupList& snippetGroups) {
+/// The options of the command line.
+struct Delivery {
+    bool typesAll = false;
+    /// Null when not everything is pasted.
+    std::optional<double> restoreDelay;
+};
+
+int runExpander(const SnippetGroupList& snippetGroups, const Delivery& delivery) {
     constexpr double SecondsForTap = 5;
     const int signals = takeEndSignals();
     std::string error;
@@ -116,6 +126,11 @@ int runExpander(const SnippetGroupList& snippetGroups) {
     BundleIdentifierResolver resolver(desktop->processes());
     MacInputService service(*desktop, resolver, loop);
     service.setSnippetGroupList(&snippetGroups);
+    service.setUseClipboardForLongText(!delivery.typesAll);
+    service.setUseClipboard(delivery.restoreDelay.has_value());
+    if (delivery.restoreDelay.has_value()) {
+        service.clipboardDataProvider().setRestoreDelay(*delivery.restoreDelay);
+    }
     SnippetParser parser;
     AutoText engine(service, resolver, loop);
     engine.setSnippetGroups(&snippetGroups);
@@ -136,13 +151,19 @@ int runExpander(const SnippetGroupList& snippetGroups) {
 } // namespace dresk
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::cerr << "usage: test_expander FILE\n";
+    const std::string_view option = argc > 2 ? argv[1] : "";
+    dresk::Delivery delivery;
+    if (argc == 3 && option == "--type") {
+        delivery.typesAll = true;
+    } else if (argc == 4 && option == "--paste") {
+        delivery.restoreDelay = std::strtod(argv[2], nullptr);
+    } else if (argc != 2) {
+        std::cerr << "usage: test_expander [--type | --paste SECONDS] FILE\n";
         return 2;
     }
     dresk::SnippetGroupList snippetGroups;
-    if (!dresk::readTable(argv[1], snippetGroups.groups)) {
+    if (!dresk::readTable(argv[argc - 1], snippetGroups.groups)) {
         return 2;
     }
-    return dresk::runExpander(snippetGroups);
+    return dresk::runExpander(snippetGroups, delivery);
 }

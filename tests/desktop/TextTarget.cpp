@@ -177,6 +177,11 @@ bool TextTarget::focus() {
     return focused_;
 }
 
+void TextTarget::stallNextPaste(double seconds) {
+    request("stall " + std::to_string(seconds));
+    awaitLine([](const std::string& line) { return line == "stalls"; }, SecondsToAnswer);
+}
+
 std::vector<TargetKey> TextTarget::keys() {
     std::vector<TargetKey> keys;
     request("keys");

@@ -30,6 +30,9 @@ class TextTarget {
     String text();
     /// Empties the field and forgets the keys.
     void clear();
+    /// The next paste command finds it hanging for so long before it asks for the clipboard. Not
+    /// for Xterm.
+    void stallNextPaste(double seconds);
     /// Brings the window to the front; false if it has no focus after some seconds.
     bool focus();
     /// Every key event that reached the application since the last `clear`.
