@@ -95,8 +95,10 @@ void MacInputService::sendPasteCommand() {
         sendAlternativePasteCommand(*setting, chord.flags);
     } else {
         sendEvent({EventType::KeyDown, chord.keyCode, chord.flags, {}});
-        sendEvent(
-            {EventType::KeyUp, chord.keyCode, 0, {}, false, clipboardDataProvider_.providedData()});
+        DesktopEvent keyUp{EventType::KeyUp, chord.keyCode, 0, {}};
+        keyUp.awaited = clipboardDataProvider_.providedData();
+        keyUp.pauseBehindAwaited = setting->afterPastingDelay;
+        sendEvent(keyUp);
     }
     pasting_ = false;
     endSending();
