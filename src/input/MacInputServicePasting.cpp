@@ -62,6 +62,7 @@ double MacInputService::paste(const OutputFragment& content,
     } else if (const auto* rich = std::get_if<AttributedString>(&content)) {
         clipboardDataProvider_.setIncludeHTMLData(setting.includeHTMLData);
         clipboardDataProvider_.setExcludeParagraphTag(setting.excludeParagraphTag);
+        clipboardDataProvider_.setHTMLForPictures(setting.htmlForPictures);
         clipboardDataProvider_.setAttributedString(*rich);
     }
     if (this->contextInputSetting()->useVMHelper || setting.reactivate) {
