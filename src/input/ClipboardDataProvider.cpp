@@ -96,7 +96,8 @@ void ClipboardDataProvider::setAttributedString(const AttributedString& text) {
         types.emplace_back(typeOfAttachment(*attachment));
     if (types.empty() || types.front() != PasteboardType::PDF) {
         types.emplace_back(PasteboardType::RTFD);
-        types.emplace_back(PasteboardType::RTF);
+        if (!htmlForPictures_ || allAttachments(text).empty())
+            types.emplace_back(PasteboardType::RTF);
         if (includeHTMLData_)
             types.emplace_back(PasteboardType::HTML);
     }

@@ -32,6 +32,8 @@ class ClipboardDataProvider {
     void setIncludeHTMLData(bool include) { includeHTMLData_ = include; }
     /// Leave the tag p out of that HTML.
     void setExcludeParagraphTag(bool exclude) { excludeParagraphTag_ = exclude; }
+    /// Offer rich text with pictures as HTML and not as RTF.
+    void setHTMLForPictures(bool html) { htmlForPictures_ = html; }
     /// Offer the expansion as the selection as well.
     void setPrimaryToo(bool primaryToo) { primaryToo_ = primaryToo; }
 
@@ -65,6 +67,7 @@ class ClipboardDataProvider {
     std::atomic<double> restoreDelay_{0.3};
     bool includeHTMLData_ = false;
     bool excludeParagraphTag_ = false;
+    bool htmlForPictures_ = false;
     bool primaryToo_ = false;
     /// Of the provider's last declaration, and of the content that was saved.
     std::int64_t changeCount_;

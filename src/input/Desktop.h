@@ -68,6 +68,9 @@ struct DesktopEvent {
     /// such as taken what it pastes. Keys behind it, the user's too, wait for that, but not for
     /// long.
     std::shared_ptr<const std::atomic<bool>> awaited = {};
+    /// Posted: seconds for which keys behind it wait still once `awaited` is true: some
+    /// applications take what they paste more than once.
+    double pauseBehindAwaited = 0;
 };
 
 /// Names the tap through which an event came. Output posted with it enters the stream at the place

@@ -62,6 +62,7 @@ double MacInputService::paste(const OutputFragment& content,
     } else if (const auto* rich = std::get_if<AttributedString>(&content)) {
         clipboardDataProvider_.setIncludeHTMLData(setting.includeHTMLData);
         clipboardDataProvider_.setExcludeParagraphTag(setting.excludeParagraphTag);
+        clipboardDataProvider_.setHTMLForPictures(setting.htmlForPictures);
         clipboardDataProvider_.setAttributedString(*rich);
     }
     if (this->contextInputSetting()->useVMHelper || setting.reactivate) {
@@ -95,8 +96,10 @@ void MacInputService::sendPasteCommand() {
         sendAlternativePasteCommand(*setting, chord.flags);
     } else {
         sendEvent({EventType::KeyDown, chord.keyCode, chord.flags, {}});
-        sendEvent(
-            {EventType::KeyUp, chord.keyCode, 0, {}, false, clipboardDataProvider_.providedData()});
+        DesktopEvent keyUp{EventType::KeyUp, chord.keyCode, 0, {}};
+        keyUp.awaited = clipboardDataProvider_.providedData();
+        keyUp.pauseBehindAwaited = setting->afterPastingDelay;
+        sendEvent(keyUp);
     }
     pasting_ = false;
     endSending();

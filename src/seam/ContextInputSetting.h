@@ -51,6 +51,8 @@ struct ContextInputSetting {
     bool useControlKey = false;
     bool includeHTMLData = false;
     bool excludeParagraphTag = false;
+    /// Rich text with pictures is offered as HTML and not as RTF.
+    bool htmlForPictures = false;
 
     PasteChord pasteChord = PasteChord::Shortcut;
     /// Seconds before the paste command, if delayPasting.

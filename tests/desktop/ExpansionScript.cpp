@@ -28,7 +28,7 @@ std::string tableOf(const std::vector<Abbreviation>& abbreviations) {
     for (const Abbreviation& row : abbreviations) {
         table += escapeToLine(toUTF8(row.letters)) + '\t' +
                  Modes[static_cast<std::size_t>(row.mode)] + '\t' +
-                 escapeToLine(toUTF8(row.expansion)) + '\n';
+                 escapeToLine(toUTF8(row.expansion)) + (row.isHTML ? "\thtml\n" : "\n");
     }
     return table;
 }

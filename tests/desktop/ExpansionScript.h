@@ -14,6 +14,8 @@ struct Abbreviation {
     String letters;
     Mode mode = Mode::Immediate;
     String expansion;
+    /// The expansion is the HTML of a rich text.
+    bool isHTML = false;
 };
 
 /// The table as a file's content.

@@ -6,14 +6,18 @@
 //
 // The table is UTF-8 text, a snippet a line: abbreviation, mode and expansion, separated by tabs;
 // \t, \n and \\ stand for a tab, a line end and a backslash. Modes: immediate, delimiter, swallow.
+// With "html" in a fourth column the expansion is the HTML of a rich text. F8 takes the last
+// expansion back.
 
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <sstream>
 
 #include <sys/signalfd.h>
 
+#include "Foundation/HTML.h"
 #include "Foundation/PollRunLoop.h"
 #include "desktop/LineText.h"
 #include "engine/AutoText.h"
@@ -48,20 +52,32 @@ SnippetGroup& groupFor(std::int32_t expandTrigger, SnippetGroupArray& groups) {
     return *groups.back();
 }
 
+std::shared_ptr<Snippet> snippetOf(const std::string& letters, const std::string& expansion,
+                                   bool isHTML) {
+    if (!isHTML) {
+        return Snippet::initWithAbbreviation(fromUTF8(letters), fromUTF8(expansion));
+    }
+    const auto snippet = Snippet::initWithAbbreviation(fromUTF8(letters), std::nullopt);
+    snippet->setContentType(SnippetContentType::RichText);
+    snippet->setRichTextContent(attributedStringWithHTML(expansion));
+    return snippet;
+}
+
 bool addSnippet(const std::string& line, SnippetGroupArray& groups) {
-    const auto first = line.find('\t');
-    const auto second = line.find('\t', first + 1);
-    if (first == std::string::npos || second == std::string::npos) {
+    std::vector<std::string> columns;
+    std::istringstream stream(line);
+    for (std::string column; std::getline(stream, column, '\t');) {
+        columns.push_back(unescapeLine(column));
+    }
+    const bool isHTML = columns.size() == 4 && columns[3] == "html";
+    if (columns.size() != 3 && !isHTML) {
         return false;
     }
-    const auto trigger =
-        expandTriggerOf(std::string_view(line).substr(first + 1, second - first - 1));
+    const auto trigger = expandTriggerOf(columns[1]);
     if (!trigger) {
         return false;
     }
-    groupFor(*trigger, groups)
-        .addItem(Snippet::initWithAbbreviation(fromUTF8(unescapeLine(line.substr(0, first))),
-                                               fromUTF8(unescapeLine(line.substr(second + 1)))));
+    groupFor(*trigger, groups).addItem(snippetOf(columns[0], columns[2], isHTML));
     return true;
 }
 
@@ -79,6 +95,24 @@ bool readTable(const char* path, SnippetGroupArray& groups) {
     }
     return !groups.empty();
 }
+
+/// Takes the last expansion back when F8 is pressed.
+class UndoKey final : public ZPObject {
+  public:
+    UndoKey(MacInputService& service, AutoText& engine) : service_(service), engine_(engine) {
+        service_.registerHotKey(&key_);
+        service_.hotKeysPressed().addObserver(this, &UndoKey::onPressed);
+    }
+
+  private:
+    static constexpr std::int32_t KeyCodeOfF8 = 100;
+
+    void onPressed(ZPHotKeysPressedEventArgs* args) { args->cancel = engine_.undo(true); }
+
+    MacInputService& service_;
+    AutoText& engine_;
+    const GeneralHotKey key_{0, KeyCodeOfF8};
+};
 
 /// Blocks SIGTERM and SIGINT for all threads and gives a descriptor on which they come.
 int takeEndSignals() {
@@ -136,6 +170,7 @@ int runExpander(const SnippetGroupList& snippetGroups, const Delivery& delivery)
     engine.setSnippetGroups(&snippetGroups);
     engine.setSnippetParser(&parser);
     engine.setEnabled(true);
+    const UndoKey undoKey(service, engine);
     service.enableEvents();
 
     int status = 0;

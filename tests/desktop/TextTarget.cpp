@@ -63,8 +63,9 @@ std::vector<std::string> commandOf(TextTarget::Kind kind, const std::string& soc
             socketPath};
 }
 
-/// Asks the window manager as a pager does: such a request is always followed.
-void activate(std::uint32_t window) {
+} // namespace
+
+void activateWindow(std::uint32_t window) {
     xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
     constexpr std::string_view Name = "_NET_ACTIVE_WINDOW";
     xcb_intern_atom_reply_t* atom = xcb_intern_atom_reply(
@@ -85,8 +86,6 @@ void activate(std::uint32_t window) {
     }
     xcb_disconnect(connection);
 }
-
-} // namespace
 
 std::string nameOf(TextTarget::Kind kind) {
     constexpr const char* Names[] = {"Gtk", "Qt", "Xterm"};
@@ -171,7 +170,7 @@ bool TextTarget::focus() {
     // A request is lost when the window manager passes it on with a time older than the last change
     // of the focus.
     while (!focused_ && !deadline.passed()) {
-        activate(window_);
+        activateWindow(window_);
         awaitLine([this](const std::string&) { return focused_; }, SecondsToAskAgain);
     }
     return focused_;

@@ -62,6 +62,10 @@ class TextTarget {
     std::uint32_t window_ = 0;
 };
 
+/// Brings a window to the front. Asks the window manager as a pager does: such a request is
+/// followed, unless the focus has moved meanwhile.
+void activateWindow(std::uint32_t window);
+
 /// For test names and messages.
 std::string nameOf(TextTarget::Kind kind);
 void PrintTo(TextTarget::Kind kind, std::ostream* stream);

@@ -74,6 +74,19 @@ TEST_F(Clipboard, OffersWhatAnExpansionIs) {
 }
 
 // Asked directly, as back ends do that offer one declared type in several forms.
+TEST_F(Clipboard, PicturesGoAsHTMLAloneWhereAsked) {
+    provider.setIncludeHTMLData(true);
+    provider.setHTMLForPictures(true);
+    provider.setAttributedString(attachment(u"a.png", std::string("\x89PNG\0", 5)));
+    EXPECT_EQ(pasteboard.types(),
+              (std::vector<String>{String(PasteboardType::PNG), String(PasteboardType::RTFD),
+                                   String(PasteboardType::HTML)}));
+    provider.setAttributedString(boldText(u"bold"));
+    EXPECT_EQ(pasteboard.types(),
+              (std::vector<String>{String(PasteboardType::RTFD), String(PasteboardType::RTF),
+                                   String(PasteboardType::HTML)}));
+}
+
 TEST_F(Clipboard, AnswersEveryFormOfARichExpansion) {
     class Capture final : public Pasteboard {
       public:

@@ -113,8 +113,9 @@ std::uint32_t Applications::processOfWindow(xcb_window_t window, xcb_window_t to
 
 String Applications::identifierOfWindow(xcb_window_t topLevel) const {
     const std::string applicationId = connection_.property(topLevel, applicationId_, utf8_);
-    if (!applicationId.empty())
-        return fromUTF8(applicationId);
+    // Some toolkits name one for all windows of a suite, and there is no such desktop file.
+    if (auto identifier = desktopFiles_.identifierForWindowClass(applicationId))
+        return *identifier;
     // Two texts, each closed by a zero byte: the instance and the class.
     const std::string both = connection_.property(topLevel, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING);
     const std::size_t end = std::min(both.find('\0'), both.size());
@@ -124,7 +125,10 @@ String Applications::identifierOfWindow(xcb_window_t topLevel) const {
     for (const std::string& name : {windowClass, instance})
         if (auto identifier = desktopFiles_.identifierForWindowClass(name))
             return *identifier;
-    return fromUTF8(windowClass.empty() ? instance : windowClass);
+    for (const std::string& name : {applicationId, windowClass})
+        if (!name.empty())
+            return fromUTF8(name);
+    return fromUTF8(instance);
 }
 
 ProcessSerialNumber Applications::currentProcess() {

@@ -1,6 +1,7 @@
 #include "input/x11/KeyWriter.h"
 
-#include <chrono>
+#include <algorithm>
+#include <cmath>
 
 #include <poll.h>
 
@@ -14,6 +15,7 @@ namespace {
 
 constexpr int Attempts = 5;
 constexpr std::chrono::milliseconds LongestAwait(150);
+constexpr std::chrono::milliseconds LongestPause(100);
 constexpr std::chrono::milliseconds AwaitStep(1);
 
 } // namespace
@@ -103,7 +105,7 @@ void KeyWriter::write(const DesktopEvent& event, double now) {
     pendingSurrogate_ = 0;
     writeKey(event, down);
     if (event.awaited != nullptr)
-        await(*event.awaited);
+        await(*event.awaited, event.pauseBehindAwaited);
 }
 
 void KeyWriter::writeKey(const DesktopEvent& event, bool down) {
@@ -129,14 +131,24 @@ void KeyWriter::writeKey(const DesktopEvent& event, bool down) {
     press(code, false);
 }
 
+void KeyWriter::await(const std::atomic<bool>& done, double pause) {
+    if (hold([&] { return done.load(); }, LongestAwait))
+        hold([] { return false; },
+             std::chrono::milliseconds(std::min(std::lround(pause * 1e3), LongestPause.count())));
+}
+
 // The user's keys are taken out meanwhile, as ever.
-void KeyWriter::await(const std::atomic<bool>& done) {
-    for (auto left = LongestAwait; !done && left.count() > 0; left -= AwaitStep) {
+bool KeyWriter::hold(const std::function<bool()>& done, std::chrono::milliseconds longest) {
+    const auto end = std::chrono::steady_clock::now() + longest;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() >= end)
+            return false;
         while (takeOutUserKeys()) {
         }
         pollfd descriptor{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
         (void)poll(&descriptor, 1, static_cast<int>(AwaitStep.count()));
     }
+    return true;
 }
 
 // Half a surrogate pair at the end of a block waits for the next one; a lone one is left out.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <utility>
 
 #include "input/Desktop.h"
@@ -36,7 +38,7 @@ class KeyWriter {
     void end();
 
     /// Writes one posted event. `now` is in seconds on the run loop's clock.
-    /// Waits for what the event awaits, for 0.15 seconds at most.
+    /// Waits for what the event awaits, for 0.15 seconds at most, and 0.1 at most behind that.
     void write(const DesktopEvent& event, double now);
     /// Writes a key of the user's as it was typed, press and release.
     void writeStroke(xcb_keycode_t code, const KeyboardState& state);
@@ -64,7 +66,8 @@ class KeyWriter {
     };
 
     void writeKey(const DesktopEvent& event, bool down);
-    void await(const std::atomic<bool>& done);
+    void await(const std::atomic<bool>& done, double pause);
+    bool hold(const std::function<bool()>& done, std::chrono::milliseconds longest);
     void writeText(StringView text, double now);
     void writeCharacter(char32_t character, double now);
     bool press(xcb_keycode_t code, bool release);
