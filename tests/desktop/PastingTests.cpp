@@ -71,7 +71,7 @@ class UserCopy {
 
     /// Waits until someone else offers the same.
     void expectBack() {
-        ASSERT_TRUE(awaitThat([this] {
+        ASSERT_TRUE(await([this] {
             return peer_.owner("CLIPBOARD") != window_ && peer_.targets("CLIPBOARD") == targets_;
         })) << testing::PrintToString(peer_.targets("CLIPBOARD"));
         for (const char* target : {"UTF8_STRING", "text/html", "image/png"}) {
