@@ -16,6 +16,7 @@
 #include "shell/Supervisor.h"
 #include "ui/qt/QtRunLoop.h"
 #include "ui/qt/QtUserInterface.h"
+#include "ui/qt/StatusImage.h"
 
 #include <QApplication>
 
@@ -72,10 +73,10 @@ class QtSession {
         // The back end is that of X11, also where a Wayland desktop offers itself.
         setenv("QT_QPA_PLATFORM", "xcb", 0); // NOLINT(concurrency-mt-unsafe)
         QGuiApplication::setDesktopFileName(QStringLiteral("com.zopal.Dresk"));
-        QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
         application_.emplace(count_, arguments_.data());
         QApplication::setApplicationName(QStringLiteral("Dresk"));
         QApplication::setQuitOnLastWindowClosed(false);
+        QApplication::setWindowIcon(applicationImage());
     }
 
   private:

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <malloc.h>
+
 #include "Foundation/Log.h"
 #include "Foundation/PreferenceKeys.h"
 #include "input/SystemPasteboard.h"
@@ -124,6 +126,8 @@ void AppDelegate::initAutoTextAndUI() {
     checkConflicts();
     macInputService_->enableEvents();
     autoBackup();
+    // Reading the data takes several times what it holds in the end.
+    malloc_trim(0);
 }
 
 void AppDelegate::makeEngine() {

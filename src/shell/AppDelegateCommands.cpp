@@ -1,5 +1,6 @@
 // What menus and hot keys ask for.
 
+#include "Foundation/Log.h"
 #include "shell/AppDelegate.h"
 #include "shell/Diagnostic.h"
 
@@ -30,7 +31,10 @@ class ChangeCounter {
 } // namespace
 
 MacrosWindow* AppDelegate::showMacrosWindowWithExpandAll(bool expandAll) {
-    return userInterface_.showMacrosWindow(expandAll);
+    MacrosWindow* window = userInterface_.showMacrosWindow(expandAll);
+    if (window == nullptr && UILoaded_)
+        logLine("This Dresk has no main window to show.");
+    return window;
 }
 
 void AppDelegate::newDocument() {
@@ -62,6 +66,9 @@ void AppDelegate::makeSnippetFromClipboard() {
 void AppDelegate::makeSnippetFromSelection() {
     if (macInputService_ == nullptr)
         return;
+    // The clipboard is left alone where nothing would come of it.
+    if (!userInterface_.hasWindow(UserInterface::Window::Macros))
+        return showMacrosWindow();
     macInputService_->refreshContextInputSetting();
     macInputService_->sendCopyCommandDelayed();
     mainRunLoop_.callAfter(SelectionCopyDelay, {this, "makeSnippetFromClipboard"},

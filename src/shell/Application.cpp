@@ -1,10 +1,14 @@
 #include "shell/Application.h"
 
+#include <atomic>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include "Foundation/Log.h"
 #include "shell/Supervisor.h"
 #include "shell/SystemVersion.h"
 
@@ -25,6 +29,9 @@ int openSignalDescriptor() {
     const sigset_t signals = endingSignals();
     return signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
 }
+
+/// The one that `run` serves; null otherwise.
+std::atomic<Application*> running = nullptr;
 
 } // namespace
 
@@ -84,10 +91,26 @@ AppDelegate::Environment Application::environment(const Options& options) {
 int Application::run() {
     mainRunLoop_.post({&appDelegate_, "applicationDidFinishLaunching"},
                       [this] { appDelegate_.applicationDidFinishLaunching(); });
+    running = this;
+    std::atexit(&Application::endOnExit);
     mainRunLoop_.run();
+    running = nullptr;
     appDelegate_.applicationWillTerminate();
     desktop_.pasteboard().handOver();
     return exitStatus_;
+}
+
+// The library of the windows ends the process within the loop when the display has gone. Nothing is
+// destroyed then, since the other threads still run.
+void Application::endOnExit() {
+    Application* application = running.exchange(nullptr);
+    if (application == nullptr)
+        return;
+    if (application->mainRunLoop_.isCurrent())
+        application->appDelegate_.applicationWillTerminate();
+    logLine("Dresk ends: its display has gone.");
+    fflush(nullptr);
+    _exit(Supervisor::CannotStart);
 }
 
 void Application::endOnSignals() {

@@ -46,6 +46,7 @@ class Application {
   private:
     AppDelegate::Environment environment(const Options& options);
     void endOnSignals();
+    static void endOnExit();
 
     MainRunLoop& mainRunLoop_;
     UserInterface& userInterface_;

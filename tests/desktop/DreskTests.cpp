@@ -1,57 +1,32 @@
-// The program itself, started as a user starts it, on its sample snippets.
+// The two processes of the program: what becomes of the keyboard and of what is typed when one of
+// them is killed, stopped or told to end.
 
 #include <csignal>
 #include <fstream>
 
-#include "desktop/Deadline.h"
-#include "desktop/DesktopTest.h"
+#include "desktop/ProgramTest.h"
 
 namespace dresk {
 namespace {
 
-class Dresk : public DesktopTest {
+class Dresk : public ProgramTest {
   protected:
     void SetUp() override {
-        DesktopTest::SetUp();
-        ASSERT_FALSE(HasFailure());
-        target_ = startTarget(TextTarget::Kind::Gtk);
-        program_ = ChildProcess::start({DRESK_PROGRAM});
-        ASSERT_TRUE(target_ != nullptr && program_ != nullptr);
-        ASSERT_TRUE(expandsWithin(10));
+        ProgramTest::SetUp();
+        SnippetGroup& group = addGroup(u"Texts");
+        addSnippet(group, u"sig", u"Kind regards,");
+        addSnippet(group, u"ask", u"Dear 【field:name】");
+        ASSERT_NO_FATAL_FAILURE(launch());
+        worker_ = worker();
+        ASSERT_GT(worker_, 0);
     }
 
-    /// Types an abbreviation again and again until it is replaced: the program does not tell when
-    /// it is ready.
-    bool expandsWithin(double seconds) {
-        const Deadline deadline(seconds);
-        while (!deadline.passed()) {
-            target_->clear();
-            type(u"tyvm ");
-            if (target_->awaitText(u"Thank you very much! ", 0.5) == u"Thank you very much! ") {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    /// The process that holds the keyboard; 0 when there is none.
-    static pid_t workerOf(pid_t supervisor) {
-        const std::string id = std::to_string(supervisor);
-        std::ifstream children("/proc/" + id + "/task/" + id + "/children");
-        pid_t worker = 0;
-        children >> worker;
-        return worker;
-    }
-
-    TextTarget* target_ = nullptr;
-    std::unique_ptr<ChildProcess> program_;
+    pid_t worker_ = 0;
 };
 
-TEST_F(Dresk, ExpandsSamplesUntilItIsToldToEnd) {
-    target_->clear();
-    type(u"Hello sig tyvm\n");
-    EXPECT_TRUE(holds(*target_, u"Hello Kind regards, Thank you very much!\n"));
-
+TEST_F(Dresk, ExpandsUntilItIsToldToEnd) {
+    type(u"Hello sig sig\n");
+    EXPECT_TRUE(holds(*target_, u"Hello Kind regards, Kind regards,\n"));
     program_->signal(SIGTERM);
     EXPECT_EQ(program_->wait(5), 0);
     target_->clear();
@@ -60,48 +35,54 @@ TEST_F(Dresk, ExpandsSamplesUntilItIsToldToEnd) {
 }
 
 TEST_F(Dresk, WorkerThatIsKilledIsReplaced) {
-    const pid_t worker = workerOf(program_->pid());
-    ASSERT_GT(worker, 0);
-    kill(worker, SIGKILL);
-    EXPECT_TRUE(ChildProcess::awaitEnd(worker, 5));
-    EXPECT_TRUE(expandsWithin(10));
-    EXPECT_NE(workerOf(program_->pid()), worker);
+    kill(worker_, SIGKILL);
+    EXPECT_TRUE(ChildProcess::awaitEnd(worker_, 5));
+    EXPECT_TRUE(expandsWithin());
+    EXPECT_NE(worker(), worker_);
 }
 
 TEST_F(Dresk, WorkerThatIsStoppedIsReplacedAndNothingTypedIsLost) {
-    const pid_t worker = workerOf(program_->pid());
-    ASSERT_GT(worker, 0);
-    target_->clear();
-    kill(worker, SIGSTOP);
+    kill(worker_, SIGSTOP);
     type(u"typed while it is stopped\n");
-    EXPECT_TRUE(ChildProcess::awaitEnd(worker, 10));
+    EXPECT_TRUE(ChildProcess::awaitEnd(worker_, 10));
     EXPECT_TRUE(holds(*target_, u"typed while it is stopped\n"));
-    EXPECT_TRUE(expandsWithin(10));
+    EXPECT_TRUE(expandsWithin());
 }
 
-TEST_F(Dresk, SecondStartGoesAndLeavesTheFirstAtWork) {
-    const pid_t worker = workerOf(program_->pid());
-    kill(worker, SIGKILL); // the lock does not go with it
-    EXPECT_TRUE(ChildProcess::awaitEnd(worker, 5));
-    EXPECT_EQ(ChildProcess::run({DRESK_PROGRAM}), 0);
-    EXPECT_EQ(ChildProcess::run({DRESK_PROGRAM, "some.dresk"}), 0);
-    EXPECT_TRUE(expandsWithin(10));
+/// The processes whose parent is that one.
+std::vector<pid_t> childrenOf(pid_t parent) {
+    std::vector<pid_t> found;
+    for (const auto& task :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(parent) + "/task")) {
+        std::ifstream children(task.path() / "children");
+        for (pid_t child = 0; children >> child;)
+            found.push_back(child);
+    }
+    return found;
+}
 
-    // One that is killed leaves nothing that stops the next.
+TEST_F(Dresk, WorkerThatIsKilledWithAFormOpenLeavesNothingBehind) {
+    const auto form = awaitNewWindow(
+        worker_, [&] { type(u"ask "); }, 20);
+    ASSERT_TRUE(form.has_value());
+    ASSERT_TRUE(awaitKeyboardAt(worker_));
+    const auto browsers = childrenOf(worker_);
+    EXPECT_FALSE(browsers.empty());
+    kill(worker_, SIGKILL);
+    for (const pid_t browser : browsers)
+        EXPECT_TRUE(ChildProcess::awaitEnd(browser, 10));
+    ASSERT_TRUE(awaitKeyboardAt(target_->process().pid()));
+    EXPECT_TRUE(expandsWithin());
+}
+
+TEST_F(Dresk, KilledProgramFreesTheKeyboardAndTheNextStarts) {
     program_->signal(SIGKILL);
+    ASSERT_TRUE(ChildProcess::awaitEnd(worker_, 5));
     EXPECT_TRUE(program_->wait(5).has_value());
-    program_ = ChildProcess::start({DRESK_PROGRAM});
-    EXPECT_TRUE(expandsWithin(10));
-}
-
-TEST_F(Dresk, KilledProgramFreesTheKeyboard) {
-    const pid_t worker = workerOf(program_->pid());
-    ASSERT_GT(worker, 0);
-    program_->signal(SIGKILL);
-    ASSERT_TRUE(ChildProcess::awaitEnd(worker, 5));
-    target_->clear();
     type(u"sig is typed.\n");
     EXPECT_TRUE(holds(*target_, u"sig is typed.\n"));
+    start();
+    EXPECT_TRUE(expandsWithin());
 }
 
 } // namespace

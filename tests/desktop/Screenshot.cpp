@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 #include <png.h>
@@ -30,24 +31,63 @@ bool writePicture(const std::string& path, std::uint8_t* pixels, std::uint32_t w
     return png_image_write_to_file(&image, path.c_str(), 0, pixels, 0, nullptr) != 0;
 }
 
+/// The display named in DISPLAY.
+class Screen {
+  public:
+    Screen() : connection_(xcb_connect(nullptr, nullptr)) {}
+    Screen(const Screen&) = delete;
+    Screen& operator=(const Screen&) = delete;
+    ~Screen() { xcb_disconnect(connection_); }
+
+    /// Null when there is no display.
+    const xcb_screen_t* screen() {
+        if (xcb_connection_has_error(connection_) != 0)
+            return nullptr;
+        return xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+    }
+    using Image = std::unique_ptr<xcb_get_image_reply_t, Free>;
+    /// Null if it has not four bytes a pixel.
+    Image image(int x, int y, int width, int height) {
+        Image image(xcb_get_image_reply(connection_,
+                                        xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP,
+                                                      screen()->root, static_cast<std::int16_t>(x),
+                                                      static_cast<std::int16_t>(y),
+                                                      static_cast<std::uint16_t>(width),
+                                                      static_cast<std::uint16_t>(height), ~0U),
+                                        nullptr));
+        return image != nullptr && image->depth == 24 ? std::move(image) : nullptr;
+    }
+
+  private:
+    xcb_connection_t* connection_;
+};
+
 } // namespace
 
 bool saveScreenshot(const std::string& path) {
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    bool saved = false;
-    if (xcb_connection_has_error(connection) == 0) {
-        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
-        const std::unique_ptr<xcb_get_image_reply_t, Free> image(xcb_get_image_reply(
-            connection,
-            xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, 0, 0,
-                          screen->width_in_pixels, screen->height_in_pixels, ~0U),
-            nullptr));
-        saved = image != nullptr && image->depth == 24 &&
-                writePicture(path, xcb_get_image_data(image.get()), screen->width_in_pixels,
-                             screen->height_in_pixels);
-    }
-    xcb_disconnect(connection);
-    return saved;
+    Screen display;
+    const xcb_screen_t* screen = display.screen();
+    if (screen == nullptr)
+        return false;
+    const auto image = display.image(0, 0, screen->width_in_pixels, screen->height_in_pixels);
+    return image != nullptr && writePicture(path, xcb_get_image_data(image.get()),
+                                            screen->width_in_pixels, screen->height_in_pixels);
+}
+
+std::vector<std::uint32_t> pixelsAt(int x, int y, int width, int height) {
+    constexpr std::uint32_t Colours = 0xFFFFFF;
+    Screen display;
+    const auto image =
+        display.screen() != nullptr ? display.image(x, y, width, height) : Screen::Image();
+    if (image == nullptr)
+        return {};
+    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width) *
+                                      static_cast<std::size_t>(height));
+    std::memcpy(pixels.data(), xcb_get_image_data(image.get()),
+                pixels.size() * sizeof(std::uint32_t));
+    for (std::uint32_t& pixel : pixels)
+        pixel &= Colours;
+    return pixels;
 }
 
 } // namespace dresk

@@ -46,7 +46,7 @@ class RecordingUserInterface final : public UserInterface, public MacrosWindow {
     void setFontSizeDelta(std::int64_t delta) override {
         note("setFontSizeDelta " + std::to_string(delta));
     }
-    SnippetSuggestionController* snippetSuggestionController() override { return nullptr; }
+    SnippetSuggestionController* snippetSuggestionController() override { return suggestions; }
     SnippetQuickSearchController* snippetQuickSearchController() override { return quickSearch; }
     FieldsEditorPresenter* fieldsEditorPresenter() override { return nullptr; }
     VMHelperWindow* vmHelperWindow() override { return nullptr; }
@@ -72,6 +72,7 @@ class RecordingUserInterface final : public UserInterface, public MacrosWindow {
     /// A window that this interface lacks.
     std::optional<Window> missing;
     SnippetQuickSearchController* quickSearch = nullptr;
+    SnippetSuggestionController* suggestions = nullptr;
 };
 
 } // namespace dresk::test

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <canberra.h>
+#include <dlfcn.h>
 
 namespace dresk {
 
@@ -51,6 +52,23 @@ constexpr NamedSound NamedSounds[] = {
     {u"Tink", "button-released", "audio-volume-change"},
 };
 const Cue Beep{{"bell-window-system", "bell"}, {}};
+
+void ignoreSoundCards(const char* /*file*/, int /*line*/, const char* /*function*/, int /*error*/,
+                      const char* /*format*/, ...) {}
+
+/// A machine without a sound card is no error. The library of sound cards, which the sounds are
+/// played with where there is nothing better, tells the error stream of it all the same.
+void silenceSoundCards() {
+    using Handler = decltype(&ignoreSoundCards);
+    using SetHandler = int (*)(Handler);
+    void* library = dlopen("libasound.so.2", RTLD_LAZY | RTLD_LOCAL);
+    if (library == nullptr)
+        return;
+    const auto setHandler =
+        reinterpret_cast<SetHandler>(dlsym(library, "snd_lib_error_set_handler"));
+    if (setHandler != nullptr)
+        setHandler(&ignoreSoundCards);
+}
 
 /// Plays one after the other is asked for, without waiting for its end. Any thread.
 class Player : public std::enable_shared_from_this<Player> {
@@ -105,6 +123,7 @@ class Player : public std::enable_shared_from_this<Player> {
     }
     void playNow(const Cue& cue) {
         if (context_ == nullptr) {
+            silenceSoundCards();
             if (ca_context_create(&context_) != CA_SUCCESS) {
                 context_ = nullptr;
                 return;

@@ -22,7 +22,6 @@ constexpr double ShakeReach = 0.02;
 AccessPromptWindow::AccessPromptWindow(AccessPrompt prompt)
     : prompt_(std::move(prompt)), ignore_(QStringLiteral("Ignore")), shaking_(this, "pos") {
     setWindowTitle(toQString(prompt_.title));
-    setWindowIcon(applicationImage());
     setWindowFlag(Qt::WindowStaysOnTopHint);
 
     auto* picture = new QLabel;

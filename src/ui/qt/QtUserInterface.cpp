@@ -10,7 +10,9 @@
 #include "ui/qt/StatusImage.h"
 
 #include <QFileDialog>
+#include <QGuiApplication>
 #include <QMessageBox>
+#include <QScreen>
 
 namespace dresk {
 
@@ -32,7 +34,6 @@ void raiseWindow(QWidget& window) {
 // The panels are not modal: the engine goes on behind them.
 void showPanel(QFileDialog* panel, UserInterface::PathChosen chosen) {
     panel->setAttribute(Qt::WA_DeleteOnClose);
-    panel->setWindowIcon(applicationImage());
     QObject::connect(panel, &QDialog::finished, panel,
                      [panel, chosen = std::move(chosen)](int result) {
                          const QStringList files = panel->selectedFiles();
@@ -94,7 +95,6 @@ void QtUserInterface::showAlert(const Alert& alert,
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowModality(Qt::NonModal);
     box->setWindowTitle(QStringLiteral("Dresk"));
-    box->setWindowIcon(applicationImage());
     box->setIconPixmap(applicationImage().pixmap(QSize(48, 48), box->devicePixelRatioF()));
     box->setTextFormat(Qt::PlainText);
     box->setText(toQString(alert.title));
@@ -114,6 +114,10 @@ void QtUserInterface::showAlert(const Alert& alert,
         closed(found != buttons.end() ? static_cast<std::size_t>(found - buttons.begin())
                                       : std::max<std::size_t>(buttons.size(), 1) - 1);
     });
+    // Its parent is never seen and has no place to stand at.
+    box->adjustSize();
+    if (const QScreen* screen = QGuiApplication::primaryScreen())
+        box->move(screen->availableGeometry().center() - box->rect().center());
     raiseWindow(*box);
 }
 

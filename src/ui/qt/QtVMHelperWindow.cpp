@@ -1,14 +1,12 @@
 #include "ui/qt/QtVMHelperWindow.h"
 
 #include "ui/qt/DesktopCoordinates.h"
-#include "ui/qt/StatusImage.h"
 
 namespace dresk {
 
 QtVMHelperWindow::QtVMHelperWindow()
     : window_(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint) {
     window_.setAttribute(Qt::WA_ShowWithoutActivating);
-    window_.setWindowIcon(applicationImage());
 }
 
 void QtVMHelperWindow::setFrameOrigin(Point origin) {

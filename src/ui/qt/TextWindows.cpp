@@ -13,7 +13,6 @@ namespace dresk {
 
 DiagnosticWindow::DiagnosticWindow() : text_(new QPlainTextEdit) {
     setWindowTitle(QStringLiteral("Dresk Diagnostic"));
-    setWindowIcon(applicationImage());
     text_->setReadOnly(true);
     text_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     text_->setAccessibleName(windowTitle());
@@ -35,7 +34,6 @@ void DiagnosticWindow::showText(const String& text) {
 AboutWindow::AboutWindow(const String& version) {
     constexpr int PictureSize = 96;
     setWindowTitle(QStringLiteral("About Dresk"));
-    setWindowIcon(applicationImage());
     auto* layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->setContentsMargins(40, 28, 40, 28);
