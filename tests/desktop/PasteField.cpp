@@ -37,14 +37,17 @@ bool isInstalled(const std::string& program) {
 
 } // namespace
 
-std::string PasteField::missingProgram(Kind kind) {
+std::string PasteField::reasonToSkip(Kind kind) {
     std::string program;
-    if (kind == Kind::Writer) {
+    if (kind == Kind::Writer)
         program = "soffice";
-    } else if (kind == Kind::BrowserText || kind == Kind::BrowserRich) {
+    else if (kind == Kind::BrowserText || kind == Kind::BrowserRich)
         program = "chromium";
-    }
-    return program.empty() || isInstalled(program) ? std::string() : program;
+    if (program.empty())
+        return {};
+    if (std::getenv("DRESK_TEST_APPLICATIONS") == nullptr) // NOLINT(concurrency-mt-unsafe)
+        return "runs with DRESK_TEST_APPLICATIONS=1";
+    return isInstalled(program) ? std::string() : program + " is not installed";
 }
 
 std::unique_ptr<PasteField> PasteField::start(Kind kind, std::string& error) {

@@ -17,8 +17,9 @@ class PasteField {
     static constexpr Kind AllKinds[] = {Kind::Gtk,         Kind::Qt,          Kind::Xterm,
                                         Kind::BrowserText, Kind::BrowserRich, Kind::Writer};
 
-    /// What has to be installed for this kind and is not; empty when nothing lacks.
-    static std::string missingProgram(Kind kind);
+    /// Applications of others are heavy and need what packages.txt does not name: they run when the
+    /// variable DRESK_TEST_APPLICATIONS is set and they are installed. Empty when the kind can run.
+    static std::string reasonToSkip(Kind kind);
     /// Starts the application and waits until the field has the focus. Null with a reason if it
     /// does not come up.
     static std::unique_ptr<PasteField> start(Kind kind, std::string& error);

@@ -109,9 +109,8 @@ class Pasting : public DesktopTest {
     static void TearDownTestSuite() { field_.reset(); }
 
     void SetUp() override {
-        if (const auto program = PasteField::missingProgram(Kind::value); !program.empty()) {
-            GTEST_SKIP() << program << " is not installed";
-        }
+        if (const auto reason = PasteField::reasonToSkip(Kind::value); !reason.empty())
+            GTEST_SKIP() << reason;
         DesktopTest::SetUp();
         const std::string path =
             testing::TempDir() + "dresk-abbreviations-" + std::to_string(getpid());

@@ -31,9 +31,11 @@ void SelectionReader::begin(Request request) {
     xcb_connection_t* connection = connection_.get();
     const xcb_window_t window = xcb_generate_id(connection);
     const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
-    xcb_create_window(connection, 0, window, connection_.root(), -1, -1, 1, 1, 0,
-                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &mask);
     Reading reading;
+    reading.sequence = xcb_create_window(connection, 0, window, connection_.root(), -1, -1, 1, 1, 0,
+                                         XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+                                         XCB_CW_EVENT_MASK, &mask)
+                           .sequence;
     for (const std::string& name : request.targets) {
         const xcb_atom_t target = names_.atom(name);
         if (target == XCB_ATOM_NONE)
@@ -188,9 +190,13 @@ SelectionReader::Readings::iterator SelectionReader::remove(Readings::iterator r
     return next;
 }
 
-void SelectionReader::windowDestroyed(xcb_window_t window) {
-    for (auto reading = readings_.begin(); reading != readings_.end();)
-        reading = reading->second.request.owner == window ? giveUp(reading) : std::next(reading);
+void SelectionReader::windowDestroyed(xcb_window_t window, std::uint32_t sequence) {
+    for (auto reading = readings_.begin(); reading != readings_.end();) {
+        // Numbers wrap around.
+        const bool isOlder = static_cast<std::int32_t>(sequence - reading->second.sequence) < 0;
+        reading = reading->second.request.owner == window && !isOlder ? giveUp(reading)
+                                                                      : std::next(reading);
+    }
 }
 
 void SelectionReader::giveUpOverdue(double now) {

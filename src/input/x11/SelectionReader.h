@@ -45,7 +45,9 @@ class SelectionReader {
 
     void selectionNotify(const xcb_selection_notify_event_t& event);
     void propertyNotify(const xcb_property_notify_event_t& event);
-    void windowDestroyed(xcb_window_t window);
+    /// `sequence` is the full sequence number of the notice: one from before a request tells of an
+    /// earlier window of that number.
+    void windowDestroyed(xcb_window_t window, std::uint32_t sequence);
     void giveUpOverdue(double now);
     void giveUpAll();
     /// When giveUpOverdue has something to do next; null for never.
@@ -62,6 +64,8 @@ class SelectionReader {
     struct Reading {
         Request request;
         std::vector<Transfer> transfers;
+        /// Number of the request that began it.
+        std::uint32_t sequence = 0;
         std::size_t open = 0;
         std::size_t size = 0;
         double begun = 0;

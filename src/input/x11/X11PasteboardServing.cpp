@@ -75,7 +75,7 @@ void X11Pasteboard::handle(const xcb_generic_event_t& event) {
     }
     case XCB_DESTROY_NOTIFY: {
         const auto& notice = reinterpret_cast<const xcb_destroy_notify_event_t&>(event);
-        reader_.windowDestroyed(notice.window);
+        reader_.windowDestroyed(notice.window, event.full_sequence);
         server_.windowDestroyed(notice.window);
         break;
     }
