@@ -115,6 +115,7 @@ TEST_F(Form, EscapeCancelsAndReturnAcceptsWhateverHasTheFocus) {
     open("only 【field:a value:text readonly:yes】");
     keys().tap(KeyInjector::Return);
     EXPECT_EQ(outcome(), "closed accepted\ttext");
+    EXPECT_TRUE(target_->focus());
     open("only 【field:a value:text readonly:yes】");
     keys().tap(KeyInjector::Escape);
     EXPECT_EQ(heard(), "closed");
@@ -123,6 +124,7 @@ TEST_F(Form, EscapeCancelsAndReturnAcceptsWhateverHasTheFocus) {
     keys().tap(KeyInjector::Space);
     keys().tap(KeyInjector::Return);
     EXPECT_EQ(outcome(), "closed accepted\ttext");
+    EXPECT_TRUE(target_->focus());
     target_->clear();
     type(u"back");
     EXPECT_TRUE(holds(*target_, u"back"));
