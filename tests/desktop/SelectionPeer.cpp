@@ -140,7 +140,8 @@ void SelectionPeer::watch(xcb_window_t window) {
     xcb_flush(connection_);
 }
 
-bool SelectionPeer::awaitDeletion(const Request& request, double seconds) {
+bool SelectionPeer::awaitProperty(xcb_window_t window, xcb_atom_t property, std::uint8_t state,
+                                  double seconds) {
     const Deadline deadline(seconds);
     for (;;) {
         const Reply<xcb_generic_event_t> event(
@@ -148,10 +149,13 @@ bool SelectionPeer::awaitDeletion(const Request& request, double seconds) {
         if (event == nullptr)
             return false;
         const auto& notice = reinterpret_cast<const xcb_property_notify_event_t&>(*event);
-        if (notice.window == request.requestor && notice.atom == request.property &&
-            notice.state == XCB_PROPERTY_DELETE)
+        if (notice.window == window && notice.atom == property && notice.state == state)
             return true;
     }
+}
+
+bool SelectionPeer::awaitDeletion(const Request& request, double seconds) {
+    return awaitProperty(request.requestor, request.property, XCB_PROPERTY_DELETE, seconds);
 }
 
 void SelectionPeer::ask(const std::string& selection, const std::string& target) {
@@ -188,18 +192,7 @@ std::optional<SelectionPeer::Property> SelectionPeer::take(const std::string& pr
 }
 
 bool SelectionPeer::awaitNewValue(const std::string& property, double seconds) {
-    const xcb_atom_t wanted = atom(property);
-    const Deadline deadline(seconds);
-    for (;;) {
-        const Reply<xcb_generic_event_t> event(
-            nextEvent(deadline.remaining(), XCB_PROPERTY_NOTIFY));
-        if (event == nullptr)
-            return false;
-        const auto& notice = reinterpret_cast<const xcb_property_notify_event_t&>(*event);
-        if (notice.window == window_ && notice.atom == wanted &&
-            notice.state == XCB_PROPERTY_NEW_VALUE)
-            return true;
-    }
+    return awaitProperty(window_, atom(property), XCB_PROPERTY_NEW_VALUE, seconds);
 }
 
 std::optional<SelectionPeer::Property> SelectionPeer::fetch(const std::string& selection,

@@ -68,6 +68,8 @@ class SelectionPeer {
 
   private:
     xcb_generic_event_t* nextEvent(double seconds, std::uint8_t type);
+    bool awaitProperty(xcb_window_t window, xcb_atom_t property, std::uint8_t state,
+                       double seconds);
 
     xcb_connection_t* connection_;
     xcb_window_t root_;

@@ -34,16 +34,21 @@ class ThreadedService final : public ScriptedInputService {
     std::condition_variable sent_;
 };
 
-// Keys on one thread, windows and edits on another, as in the program. What counts is that the
-// thread sanitizer stays silent and that every expansion that went out is whole.
-TEST(Threads, KeysAndEditsMeet) {
+/// What an engine stands on; each test makes and ends its own.
+class Threads : public testing::Test {
+  protected:
     VirtualTime serviceTime;
-    ThreadedService service(serviceTime);
+    ThreadedService service{serviceTime};
     ScriptedApplications applications;
-    BundleIdentifierResolver resolver(applications);
+    BundleIdentifierResolver resolver{applications};
     SnippetGroupList list;
     SnippetParser parser;
     PollRunLoop mainLoop;
+};
+
+// Keys on one thread, windows and edits on another, as in the program. What counts is that the
+// thread sanitizer stays silent and that every expansion that went out is whole.
+TEST_F(Threads, KeysAndEditsMeet) {
     AutoText engine(service, resolver, mainLoop);
     for (const std::int32_t trigger : {ExpandTrigger::Immediately, ExpandTrigger::AtDelimiter}) {
         auto group = std::make_shared<SnippetGroup>();
@@ -100,14 +105,7 @@ TEST(Threads, KeysAndEditsMeet) {
 }
 
 // Scripts on their own threads while keys go on, and an end in the midst of some that hang.
-TEST(Threads, ScriptsHoldNeitherKeysNorTheEnd) {
-    VirtualTime serviceTime;
-    ThreadedService service(serviceTime);
-    ScriptedApplications applications;
-    BundleIdentifierResolver resolver(applications);
-    SnippetGroupList list;
-    SnippetParser parser;
-    PollRunLoop mainLoop;
+TEST_F(Threads, ScriptsHoldNeitherKeysNorTheEnd) {
     {
         AutoText engine(service, resolver, mainLoop);
         auto group = std::make_shared<SnippetGroup>();
