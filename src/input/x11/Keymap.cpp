@@ -44,7 +44,11 @@ std::shared_ptr<const Keymap> Keymap::load(const XConnection& connection,
     return result;
 }
 
+Keymap::Keymap(xkb_context* context, xkb_keymap* keymap)
+    : context_(context), keymap_(keymap), state_(xkb_state_new(keymap)) {}
+
 Keymap::~Keymap() {
+    xkb_state_unref(state_);
     xkb_keymap_unref(keymap_);
     xkb_context_unref(context_);
 }
@@ -210,13 +214,11 @@ std::optional<CharacterStroke> Keymap::strokeForCharacter(char32_t character,
 }
 
 xkb_keysym_t Keymap::keysym(xcb_keycode_t code, std::uint8_t modifiers, std::uint8_t group) const {
-    xkb_state* state = xkb_state_new(keymap_);
-    if (state == nullptr)
+    if (state_ == nullptr)
         return XKB_KEY_NoSymbol;
-    xkb_state_update_mask(state, modifiers, 0, 0, 0, 0, group);
-    const xkb_keysym_t symbol = xkb_state_key_get_one_sym(state, code);
-    xkb_state_unref(state);
-    return symbol;
+    const std::lock_guard lock(stateMutex_);
+    xkb_state_update_mask(state_, modifiers, 0, 0, 0, 0, group);
+    return xkb_state_key_get_one_sym(state_, code);
 }
 
 String Keymap::layoutIdentifier(std::uint8_t group) const {

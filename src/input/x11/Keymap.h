@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <mutex>
 #include <unordered_map>
 
 #include "Foundation/String.h"
@@ -47,6 +48,7 @@ class Keymap {
     Keymap& operator=(const Keymap&) = delete;
     ~Keymap();
 
+    /// Counts its references without atomics: to be referenced on the tap thread only.
     xkb_keymap* get() const { return keymap_; }
     /// Virtual key code of a key, from 256 on for positions that have none of their own.
     std::uint16_t keyCode(xcb_keycode_t code) const { return keyCodes_[code]; }
@@ -76,7 +78,7 @@ class Keymap {
     String layoutIdentifier(std::uint8_t group) const;
 
   private:
-    Keymap(xkb_context* context, xkb_keymap* keymap) : context_(context), keymap_(keymap) {}
+    Keymap(xkb_context* context, xkb_keymap* keymap);
     void readModifiers(const XConnection& connection);
     void readKeys(const std::vector<xcb_keycode_t>& ownCodes);
     void readStrokes(xcb_keycode_t code);
@@ -84,6 +86,8 @@ class Keymap {
 
     xkb_context* context_;
     xkb_keymap* keymap_;
+    mutable std::mutex stateMutex_;
+    xkb_state* state_;
     std::uint16_t keyCodes_[256] = {};
     std::uint8_t modifiersOfKey_[256] = {};
     xcb_keycode_t keysOfModifiers_[8] = {};

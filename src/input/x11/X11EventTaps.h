@@ -55,6 +55,8 @@ class X11EventTaps final : public EventTaps {
     bool deliver(const DesktopEvent& event);
     void deliverFlags(std::uint8_t modifiers, xcb_keycode_t code);
     bool deliverPress(xcb_keycode_t code, const KeyboardState& state);
+    bool deliverRelease(xcb_keycode_t code, const KeyboardState& state,
+                        std::optional<std::uint64_t> flags);
     void writePosted();
     void handleStash();
     void reportStall();
@@ -91,6 +93,8 @@ class X11EventTaps final : public EventTaps {
     std::uint64_t lastFlags_ = 0;
     /// The kept key whose grab is on until it is released; 0 for none.
     xcb_keycode_t keptCode_ = 0;
+    /// Keys whose press was delivered and whose release was not yet.
+    KeySet deliveredKeys_;
     /// Whether the last key released is to stay away from the application.
     bool releaseIsKept_ = false;
     /// Characters that the last key added by completing a sequence; 0 for a key that did not.

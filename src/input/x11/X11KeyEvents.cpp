@@ -151,9 +151,7 @@ void X11EventTaps::handleRaw(const RawKey& key) {
     }
     KeyboardState state;
     state.lockedGroup = group_;
-    DesktopEvent event = keyEvent(EventType::KeyUp, key.code, state);
-    event.flags = lastFlags_;
-    releaseIsKept_ = deliver(event);
+    releaseIsKept_ = deliverRelease(key.code, state, lastFlags_);
 }
 
 // On a busy machine the key itself may just not have been read.
@@ -257,7 +255,19 @@ void X11EventTaps::deliverFlags(std::uint8_t modifiers, xcb_keycode_t code) {
 
 bool X11EventTaps::deliverPress(xcb_keycode_t code, const KeyboardState& state) {
     deliverFlags(static_cast<std::uint8_t>(state.baseModifiers | state.latchedModifiers), 0);
+    deliveredKeys_.set(code);
     return deliver(keyEvent(EventType::KeyDown, code, state));
+}
+
+// Releases are seen wherever the press went; those of a password are nobody's business.
+bool X11EventTaps::deliverRelease(xcb_keycode_t code, const KeyboardState& state,
+                                  std::optional<std::uint64_t> flags) {
+    if (!deliveredKeys_.test(code))
+        return false;
+    deliveredKeys_.reset(code);
+    DesktopEvent event = keyEvent(EventType::KeyUp, code, state);
+    event.flags = flags.value_or(event.flags);
+    return deliver(event);
 }
 
 void X11EventTaps::postEraseFirst(std::size_t count) {
@@ -331,7 +341,7 @@ void X11EventTaps::handleStash() {
             handleFocus();
         watchdog_.arm();
         if (!key.press) {
-            deliver(keyEvent(EventType::KeyUp, key.code, key.state));
+            deliverRelease(key.code, key.state, std::nullopt);
             continue;
         }
         writeAnswer(key.code, key.state, deliverPress(key.code, key.state));
