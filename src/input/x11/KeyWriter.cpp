@@ -25,6 +25,7 @@ void KeyWriter::begin(const GrabbedPress* pending, xcb_keycode_t grabKey) {
     modifiers_ = 0;
     postedModifiers_ = 0;
     blocked_.reset();
+    ownDown_.reset();
     restored_.reset();
     const KeyboardState state = pending != nullptr ? pending->state : port_.currentState();
     userLocks_ = state.lockedModifiers;
@@ -352,21 +353,35 @@ KeyWriter::Arrival KeyWriter::judge(const GrabbedPress& press) {
     return Arrival::Delivered;
 }
 
+// A key that repeats is not seen on the keyboard.
 void KeyWriter::stashUserPress(const GrabbedPress& press) {
     blocked_.set(press.code);
-    if (keymap_->modifiersOfKey(press.code) == 0)
-        stash_.push_back({press.code, true, userState()});
-    else
+    if (keymap_->modifiersOfKey(press.code) != 0) {
         port_.fake(false, press.code); // or it would change what is typed
+        return;
+    }
+    const auto seen = std::find_if(stash_.begin(), stash_.end(), [&](const StashedKey& key) {
+        return !key.hasArrived && key.code == press.code;
+    });
+    if (seen != stash_.end())
+        seen->hasArrived = true;
+    else
+        stash_.push_back({press.code, true, userState()});
 }
 
+// The user's keys have their place in the stash from here: this is the order in which they were
+// typed. One that is pressed while the same own key is down never comes any farther.
 void KeyWriter::noteRaw(const RawKey& key) {
-    if (key.own || key.press)
+    if (key.own) {
+        ownDown_.set(key.code, key.press);
         return;
-    blocked_.reset(key.code);
-    noteUserRelease(key.code);
+    }
+    if (!key.press) {
+        blocked_.reset(key.code);
+        noteUserRelease(key.code);
+    }
     if (keymap_->modifiersOfKey(key.code) == 0)
-        stash_.push_back({key.code, false, userState()});
+        stash_.push_back({key.code, key.press, userState(), !key.press || ownDown_.test(key.code)});
 }
 
 // Most changes of state while writing are the writer's own. Those that a key made are the user's:
@@ -397,11 +412,16 @@ bool KeyWriter::takeOutUserKeys() {
 }
 
 bool KeyWriter::takeStashed(StashedKey& key) {
-    if (stash_.empty())
-        return false;
-    key = stash_.front();
-    stash_.pop_front();
-    return true;
+    while (!stash_.empty()) {
+        // What is on its way has come when nothing more comes.
+        while (!stash_.front().hasArrived && takeOutUserKeys()) {
+        }
+        key = stash_.front();
+        stash_.pop_front();
+        if (key.hasArrived)
+            return true;
+    }
+    return false;
 }
 
 KeyboardState KeyWriter::userState() const {

@@ -16,6 +16,8 @@ struct StashedKey {
     xcb_keycode_t code = 0;
     bool press = false;
     KeyboardState state;
+    /// False for a press that was seen on the keyboard and has not come through the grab.
+    bool hasArrived = true;
 };
 
 /// Writes keys into the application in front while the user may go on typing. The grab stays: each
@@ -44,7 +46,7 @@ class KeyWriter {
     void writeStroke(xcb_keycode_t code, const KeyboardState& state);
 
     bool hasStashed() const { return !stash_.empty(); }
-    /// Oldest key in the stash; false if it is empty.
+    /// Oldest key in the stash; false if it is empty. Drops what went to another program.
     bool takeStashed(StashedKey& key);
     /// State of the keyboard as the user set it, without what is held or locked for writing.
     KeyboardState userState() const;
@@ -105,6 +107,8 @@ class KeyWriter {
     std::uint8_t userGroup_ = 0;
     /// Keys of the user's that went down since the beginning: a press of these is dropped.
     KeySet blocked_;
+    /// Own keys that are down: the server drops a press of these by the user.
+    KeySet ownDown_;
     /// Modifiers pressed again at the end for a user who still holds them.
     KeySet restored_;
     std::deque<StashedKey> stash_;
