@@ -29,11 +29,11 @@ class ClipboardReturn : public DesktopTest, public testing::WithParamInterface<T
         DesktopTest::SetUp();
         tablePath_ = testing::TempDir() + "dresk-return-" + std::to_string(getpid());
         std::ofstream(tablePath_) << tableOf(abbreviations_);
+        target_ = startTarget(GetParam());
+        ASSERT_NE(target_, nullptr);
         ASSERT_NE(startProgram(
                       {DRESK_TEST_EXPANDER, "--paste", std::to_string(RestoreDelay), tablePath_}),
                   nullptr);
-        target_ = startTarget(GetParam());
-        ASSERT_NE(target_, nullptr);
     }
     void TearDown() override {
         DesktopTest::TearDown();

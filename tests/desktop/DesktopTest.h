@@ -27,8 +27,8 @@ class DesktopTest : public testing::Test {
     /// Types and fails the test when a character is not on the keyboard.
     void type(StringView text, TypingPace pace = {});
 
-    /// Whether the target holds that text within `seconds` and then stays so; the message shows
-    /// both texts and where they part.
+    /// Whether the target comes to hold that text, with no longer than `seconds` between two
+    /// changes, and then stays so; the message shows both texts and where they part.
     static testing::AssertionResult holds(TextTarget& target, StringView expected,
                                           double seconds = 5);
 

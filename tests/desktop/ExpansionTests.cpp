@@ -21,15 +21,14 @@ class ExpansionBase : public DesktopTest {
         unlink(tablePath_.c_str());
     }
 
-    /// Starts the expander on these abbreviations, and then the application to type into.
+    /// Starts the application to type into, and then the expander on these abbreviations, which is
+    /// ready once it has the keys of the application in front.
     [[nodiscard]] bool begin(TextTarget::Kind kind,
                              const std::vector<Abbreviation>& abbreviations) {
         tablePath_ = testing::TempDir() + "dresk-abbreviations-" + std::to_string(getpid());
         std::ofstream(tablePath_) << tableOf(abbreviations);
-        if (startProgram({DRESK_TEST_EXPANDER, tablePath_}) != nullptr) {
-            target_ = startTarget(kind);
-        }
-        return target_ != nullptr;
+        target_ = startTarget(kind);
+        return target_ != nullptr && startProgram({DRESK_TEST_EXPANDER, tablePath_}) != nullptr;
     }
 
     TextTarget& target() { return *target_; }

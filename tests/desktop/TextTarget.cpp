@@ -197,12 +197,9 @@ std::vector<TargetKey> TextTarget::keys() {
 }
 
 String TextTarget::awaitText(StringView expected, double seconds, double quietSeconds) {
-    const Deadline deadline(seconds);
     for (;;) {
         String text = this->text();
-        const bool equal = text == expected;
-        const double remaining = deadline.remaining();
-        if (!awaitChange(equal && quietSeconds < remaining ? quietSeconds : remaining)) {
+        if (!awaitChange(text == expected ? quietSeconds : seconds)) {
             return text;
         }
     }

@@ -38,8 +38,8 @@ class TextTarget {
     /// Every key event that reached the application since the last `clear`.
     std::vector<TargetKey> keys();
 
-    /// Waits until the text is `expected` and stays so for `quietSeconds`, or until `seconds` are
-    /// over; the text at the end.
+    /// Waits until the text is `expected` and stays so for `quietSeconds`, or until it has not
+    /// changed for `seconds`; the text at the end.
     String awaitText(StringView expected, double seconds, double quietSeconds = 0.1);
 
   private:
