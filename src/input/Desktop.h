@@ -132,6 +132,9 @@ class EventTaps {
     virtual bool keyState(std::uint16_t keyCode) const = 0;
     /// Whether another program keeps the keyboard to itself, as password prompts do. Any thread.
     virtual bool isSecureEventInputEnabled() const = 0;
+    /// Called on the tap thread again and again while one event takes long but gets on. Before the
+    /// thread starts.
+    virtual void setProgressHandler(std::function<void()> /*handler*/) {}
     /// Taps of all programs, in the order in which events pass them; null when the desktop does not
     /// tell. Any thread.
     virtual std::optional<std::vector<EventTapInformation>> eventTapList() = 0;

@@ -5,8 +5,17 @@
 namespace dresk {
 
 void Heartbeat::beat(RunLoop& loop) {
+    lastBeat_ = steadySeconds();
     write(Beat);
     loop.callAfter(Interval, {this, "beat"}, [this, &loop] { beat(loop); });
+}
+
+void Heartbeat::beatIfDue() {
+    const double time = steadySeconds();
+    if (time - lastBeat_ < Interval)
+        return;
+    lastBeat_ = time;
+    write(Beat);
 }
 
 void Heartbeat::pause() {

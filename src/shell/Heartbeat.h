@@ -22,6 +22,9 @@ class Heartbeat {
     /// Beats now and then for as long as `loop` runs. The loop's thread, or before it runs; the
     /// heartbeat outlives the loop.
     void beat(RunLoop& loop);
+    /// A beat from within a call that takes long, unless the last one was just now. The loop's
+    /// thread.
+    void beatIfDue();
     /// Any thread.
     void pause();
 
@@ -29,6 +32,7 @@ class Heartbeat {
     void write(char byte) const;
 
     int descriptor_;
+    double lastBeat_ = 0;
 };
 
 } // namespace dresk

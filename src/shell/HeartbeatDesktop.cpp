@@ -26,6 +26,7 @@ class BeatingTapThread final : public TapThread {
 } // namespace
 
 std::unique_ptr<TapThread> HeartbeatDesktop::startTapThread(std::function<void(RunLoop&)> body) {
+    desktop_.eventTaps().setProgressHandler([this] { heartbeat_.beatIfDue(); });
     auto thread = desktop_.startTapThread([this, body = std::move(body)](RunLoop& loop) {
         body(loop);
         heartbeat_.beat(loop);

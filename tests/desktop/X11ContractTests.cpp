@@ -172,6 +172,25 @@ TEST_P(DesktopContract, KeysWaitForWhatIsAwaitedButNotForEver) {
     EXPECT_GE(time.count(), 0.15);
 }
 
+TEST_P(DesktopContract, KeysOfTheUserAreKeptWhileTheSameKeyIsWritten) {
+    ASSERT_TRUE(startTap(passAll()));
+    String own;
+    for (int line = 0; line < 40; ++line)
+        own += String(20, u'a') + u'\n';
+    constexpr int Taps = 100;
+    String all;
+    for (int round = 0; round < 5 && !HasFailure(); ++round) {
+        onTapThread([&] { type(taps(), nullptr, own); });
+        for (int i = 0; i < Taps; ++i) {
+            driver().pressKey(KeyA);
+            driver().releaseKey(KeyA);
+            driver().spend(0.001);
+        }
+        all += own + String(Taps, u'a');
+        expectTarget(all);
+    }
+}
+
 TEST_P(DesktopContract, APostedCommandKeyIsThatOfTheDesktopsShortcuts) {
     constexpr std::uint16_t CommandKey = 55;
     ASSERT_TRUE(startTap(passAll()));

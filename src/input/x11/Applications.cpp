@@ -11,8 +11,6 @@ namespace dresk {
 
 namespace {
 
-constexpr int MaxWindowDepth = 32;
-
 std::string lowercased(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
         return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
@@ -67,8 +65,7 @@ std::optional<String> DesktopFiles::identifierForWindowClass(const std::string& 
 }
 
 Applications::Applications(const XConnection& connection)
-    : connection_(connection), focusWindow_(connection), state_(connection.atom("WM_STATE")),
-      processId_(connection.atom("_NET_WM_PID")),
+    : connection_(connection), focusWindow_(connection), processId_(connection.atom("_NET_WM_PID")),
       applicationId_(connection.atom("_GTK_APPLICATION_ID")),
       activeWindow_(connection.atom("_NET_ACTIVE_WINDOW")),
       windowManager_(connection.atom("_NET_SUPPORTING_WM_CHECK")),
@@ -81,7 +78,7 @@ void Applications::setFocusWindow(xcb_window_t window) {
     }
     if (window == panelWindow_)
         return;
-    const xcb_window_t topLevel = topLevelWindow(window);
+    const xcb_window_t topLevel = connection_.topLevelWindow(window);
     const std::uint32_t process = processOfWindow(window, topLevel);
     Application application{identifierOfWindow(topLevel), topLevel};
     {
@@ -89,19 +86,6 @@ void Applications::setFocusWindow(xcb_window_t window) {
         applications_[process] = std::move(application);
     }
     frontProcess_ = process;
-}
-
-// The window that the window manager manages, or the outermost one below the root.
-xcb_window_t Applications::topLevelWindow(xcb_window_t window) const {
-    for (int depth = 0; depth < MaxWindowDepth; ++depth) {
-        if (!connection_.property(window, state_, XCB_ATOM_ANY).empty())
-            return window;
-        const xcb_window_t parent = connection_.parent(window);
-        if (parent == XCB_WINDOW_NONE || parent == connection_.root())
-            return window;
-        window = parent;
-    }
-    return window;
 }
 
 std::uint32_t Applications::processOfWindow(xcb_window_t window, xcb_window_t topLevel) const {

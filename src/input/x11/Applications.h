@@ -47,7 +47,6 @@ class Applications final : public Processes {
         xcb_window_t window = XCB_WINDOW_NONE;
     };
 
-    xcb_window_t topLevelWindow(xcb_window_t window) const;
     std::uint32_t processOfWindow(xcb_window_t window, xcb_window_t topLevel) const;
     String identifierOfWindow(xcb_window_t topLevel) const;
     void activate(xcb_window_t window);
@@ -55,7 +54,6 @@ class Applications final : public Processes {
     const XConnection& connection_;
     const DesktopFiles desktopFiles_;
     FocusWindow focusWindow_;
-    xcb_atom_t state_;
     xcb_atom_t processId_;
     xcb_atom_t applicationId_;
     xcb_atom_t activeWindow_;

@@ -15,7 +15,7 @@ constexpr std::uint32_t KeyMask =
 
 FocusGrab::FocusGrab(const XConnection& connection)
     : connection_(connection), activeWindow_(connection.atom("_NET_ACTIVE_WINDOW")) {
-    watch(connection_.root(), true);
+    connection_.selectRootEvents(XCB_EVENT_MASK_PROPERTY_CHANGE, true);
 }
 
 FocusGrab::~FocusGrab() {
@@ -26,9 +26,8 @@ FocusGrab::~FocusGrab() {
 void FocusGrab::watch(xcb_window_t window, bool on) {
     if (window == XCB_WINDOW_NONE)
         return;
-    std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
-    if (window != connection_.root())
-        mask = on ? XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY : 0;
+    const std::uint32_t mask =
+        on ? XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY : 0;
     xcb_change_window_attributes(connection_.get(), window, XCB_CW_EVENT_MASK, &mask);
 }
 

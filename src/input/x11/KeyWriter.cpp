@@ -1,7 +1,6 @@
 #include "input/x11/KeyWriter.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include <poll.h>
 
@@ -13,10 +12,13 @@ namespace dresk {
 
 namespace {
 
-constexpr int Attempts = 5;
-constexpr std::chrono::milliseconds LongestAwait(150);
-constexpr std::chrono::milliseconds LongestPause(100);
-constexpr std::chrono::milliseconds AwaitStep(1);
+// Seconds.
+constexpr double LongestPress = 1;
+constexpr double LongestAwait = 5;
+constexpr double LongestAwaitUnanswered = 0.5;
+constexpr double AwaitBehindAnswer = 0.25;
+constexpr double LongestPause = 0.1;
+constexpr int HoldStepMilliseconds = 1;
 
 } // namespace
 
@@ -105,8 +107,10 @@ void KeyWriter::write(const DesktopEvent& event, double now) {
     }
     pendingSurrogate_ = 0;
     writeKey(event, down);
-    if (event.awaited != nullptr)
-        await(*event.awaited, event.pauseBehindAwaited);
+    if (event.awaited != nullptr && await(*event.awaited)) {
+        const double end = steadySeconds() + std::min(event.pauseBehindAwaited, LongestPause);
+        holdUntil([&] { return steadySeconds() >= end; });
+    }
 }
 
 void KeyWriter::writeKey(const DesktopEvent& event, bool down) {
@@ -132,24 +136,53 @@ void KeyWriter::writeKey(const DesktopEvent& event, bool down) {
     press(code, false);
 }
 
-void KeyWriter::await(const std::atomic<bool>& done, double pause) {
-    if (hold([&] { return done.load(); }, LongestAwait))
-        hold([] { return false; },
-             std::chrono::milliseconds(std::min(std::lround(pause * 1e3), LongestPause.count())));
+// An application that answers has read the keys so far; one that answers again has handled them.
+// What it has not done soon behind that, it will not do because of them.
+bool KeyWriter::await(const std::atomic<bool>& done) {
+    int answers = 2;
+    std::uint32_t ping = ping_.send(grab_.window());
+    double end = steadySeconds() + (ping != 0 ? LongestAwait : LongestAwaitUnanswered);
+    holdUntil([&] {
+        if (ping != 0 && ping_.isAnswered(ping)) {
+            ping = --answers > 0 ? ping_.send(grab_.window()) : 0;
+            if (ping == 0)
+                end = std::min(end, steadySeconds() + AwaitBehindAnswer);
+        }
+        return done || focusMoved_ || steadySeconds() >= end;
+    });
+    return done;
+}
+
+bool KeyWriter::awaitRead() {
+    const auto isOver = [this] {
+        const double since = ping_.unansweredSince();
+        return since == 0 || steadySeconds() >= since + LongestAwait;
+    };
+    if (writing_)
+        holdUntil(isOver);
+    while (!isOver()) {
+        onProgress_();
+        XEvent event = port_.nextFreshEvent();
+        if (event == nullptr)
+            awaitEvents();
+        else if (!ping_.takeAnswer(*event))
+            port_.putAside(std::move(event));
+    }
+    return !ping_.hasUnanswered();
+}
+
+void KeyWriter::awaitEvents() const {
+    pollfd descriptor{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
+    (void)poll(&descriptor, 1, HoldStepMilliseconds);
 }
 
 // The user's keys are taken out meanwhile, as ever.
-bool KeyWriter::hold(const std::function<bool()>& done, std::chrono::milliseconds longest) {
-    const auto end = std::chrono::steady_clock::now() + longest;
+void KeyWriter::holdUntil(const std::function<bool()>& done) {
     while (!done()) {
-        if (std::chrono::steady_clock::now() >= end)
-            return false;
         while (takeOutUserKeys()) {
         }
-        pollfd descriptor{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
-        (void)poll(&descriptor, 1, static_cast<int>(AwaitStep.count()));
+        awaitEvents();
     }
-    return true;
 }
 
 // Half a surrogate pair at the end of a block waits for the next one; a lone one is left out.
@@ -243,7 +276,8 @@ void KeyWriter::setModifiers(std::uint8_t modifiers) {
 bool KeyWriter::press(xcb_keycode_t code, bool release) {
     if (code == 0)
         return false;
-    for (int attempt = 0; attempt < Attempts; ++attempt) {
+    const double end = steadySeconds() + LongestPress;
+    do {
         port_.fake(true, code);
         if (release)
             port_.fake(false, code);
@@ -263,7 +297,7 @@ bool KeyWriter::press(xcb_keycode_t code, bool release) {
             blocked_.reset(code);
             break;
         }
-    }
+    } while (steadySeconds() < end);
     logLine("A key could not be typed: the keyboard is in use");
     return false;
 }
@@ -300,7 +334,10 @@ KeyWriter::Arrival KeyWriter::awaitPress(xcb_keycode_t code) {
 // each batch ends with at most one. `ownCode` is the own press that is expected, which the caller
 // answers; `grabKey` the kept key whose grab is on.
 KeyWriter::Batch KeyWriter::readBatch(xcb_keycode_t ownCode, xcb_keycode_t grabKey) {
-    port_.roundTrip();
+    {
+        const Watchdog::Pause pause(watchdog_);
+        port_.roundTrip();
+    }
     onProgress_();
     Batch batch;
     while (XEvent event = port_.nextFreshEvent()) {
@@ -327,6 +364,8 @@ KeyWriter::Batch KeyWriter::readBatch(xcb_keycode_t ownCode, xcb_keycode_t grabK
                 port_.keepAndHoldNext();
                 batch.userPress = true;
             }
+        } else if (ping_.takeAnswer(*event)) {
+            continue;
         } else if (grab_.concernsFocus(*event)) {
             batch.focusMoved = grab_.refresh() || batch.focusMoved;
             focusMoved_ = focusMoved_ || batch.focusMoved;
@@ -360,9 +399,11 @@ void KeyWriter::stashUserPress(const GrabbedPress& press) {
         port_.fake(false, press.code); // or it would change what is typed
         return;
     }
-    const auto seen = std::find_if(stash_.begin(), stash_.end(), [&](const StashedKey& key) {
-        return !key.hasArrived && key.code == press.code;
-    });
+    auto seen = stash_.end();
+    for (auto key = stash_.begin(); key != stash_.end(); ++key)
+        if (!key->hasArrived && key->code == press.code &&
+            (seen == stash_.end() || (seen->mayBeDropped && !key->mayBeDropped)))
+            seen = key;
     if (seen != stash_.end())
         seen->hasArrived = true;
     else
@@ -370,7 +411,7 @@ void KeyWriter::stashUserPress(const GrabbedPress& press) {
 }
 
 // The user's keys have their place in the stash from here: this is the order in which they were
-// typed. One that is pressed while the same own key is down never comes any farther.
+// typed.
 void KeyWriter::noteRaw(const RawKey& key) {
     if (key.own) {
         ownDown_.set(key.code, key.press);
@@ -381,7 +422,7 @@ void KeyWriter::noteRaw(const RawKey& key) {
         noteUserRelease(key.code);
     }
     if (keymap_->modifiersOfKey(key.code) == 0)
-        stash_.push_back({key.code, key.press, userState(), !key.press || ownDown_.test(key.code)});
+        stash_.push_back({key.code, key.press, userState(), !key.press, ownDown_.test(key.code)});
 }
 
 // Most changes of state while writing are the writer's own. Those that a key made are the user's:
@@ -413,12 +454,13 @@ bool KeyWriter::takeOutUserKeys() {
 
 bool KeyWriter::takeStashed(StashedKey& key) {
     while (!stash_.empty()) {
-        // What is on its way has come when nothing more comes.
+        // What is on its way has come when nothing more comes. A press that has not was dropped for
+        // an own one, or went to another program.
         while (!stash_.front().hasArrived && takeOutUserKeys()) {
         }
         key = stash_.front();
         stash_.pop_front();
-        if (key.hasArrived)
+        if (key.hasArrived || key.mayBeDropped)
             return true;
     }
     return false;

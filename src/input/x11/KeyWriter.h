@@ -5,9 +5,11 @@
 #include <utility>
 
 #include "input/Desktop.h"
+#include "input/x11/ApplicationPing.h"
 #include "input/x11/FocusGrab.h"
 #include "input/x11/KeyboardPort.h"
 #include "input/x11/SpareKeys.h"
+#include "input/x11/Watchdog.h"
 
 namespace dresk {
 
@@ -18,6 +20,8 @@ struct StashedKey {
     KeyboardState state;
     /// False for a press that was seen on the keyboard and has not come through the grab.
     bool hasArrived = true;
+    /// Pressed while the same own key may have been down: the server drops such a press.
+    bool mayBeDropped = false;
 };
 
 /// Writes keys into the application in front while the user may go on typing. The grab stays: each
@@ -27,8 +31,9 @@ struct StashedKey {
 class KeyWriter {
   public:
     KeyWriter(const XConnection& connection, KeyboardPort& port, FocusGrab& grab,
-              SpareKeys& spareKeys)
-        : connection_(connection), port_(port), grab_(grab), spareKeys_(spareKeys) {}
+              SpareKeys& spareKeys, ApplicationPing& ping, Watchdog& watchdog)
+        : connection_(connection), port_(port), grab_(grab), spareKeys_(spareKeys), ping_(ping),
+          watchdog_(watchdog) {}
 
     void setKeymap(std::shared_ptr<const Keymap> keymap) { keymap_ = std::move(keymap); }
 
@@ -39,11 +44,17 @@ class KeyWriter {
     /// Ends the writing: Caps Lock, group and the modifiers that are still held come back.
     void end();
 
-    /// Writes one posted event. `now` is in seconds on the run loop's clock.
-    /// Waits for what the event awaits, for 0.15 seconds at most, and 0.1 at most behind that.
+    /// Writes one posted event. `now` is in seconds on the run loop's clock. Waits for what the
+    /// event awaits: for five seconds at most while the application is behind with its events, a
+    /// quarter of one when it has read them; and 0.1 at most behind that.
     void write(const DesktopEvent& event, double now);
     /// Writes a key of the user's as it was typed, press and release.
     void writeStroke(xcb_keycode_t code, const KeyboardState& state);
+
+    /// Waits until applications have read all that was sent to them, five seconds from the sending
+    /// at most; whether they have. The user's keys wait too: in the stash while writing, else in
+    /// the server.
+    bool awaitRead();
 
     bool hasStashed() const { return !stash_.empty(); }
     /// Oldest key in the stash; false if it is empty. Drops what went to another program.
@@ -54,7 +65,7 @@ class KeyWriter {
     void noteUserRelease(xcb_keycode_t code);
     /// Whether the focus moved while writing.
     bool takeFocusMoved() { return std::exchange(focusMoved_, false); }
-    /// Called at each answer of the server, so that a long text is not taken for a stall.
+    /// Called at each answer of the server.
     void setProgressHandler(std::function<void()> handler) { onProgress_ = std::move(handler); }
 
   private:
@@ -68,8 +79,9 @@ class KeyWriter {
     };
 
     void writeKey(const DesktopEvent& event, bool down);
-    void await(const std::atomic<bool>& done, double pause);
-    bool hold(const std::function<bool()>& done, std::chrono::milliseconds longest);
+    bool await(const std::atomic<bool>& done);
+    void awaitEvents() const;
+    void holdUntil(const std::function<bool()>& done);
     void writeText(StringView text, double now);
     void writeCharacter(char32_t character, double now);
     bool press(xcb_keycode_t code, bool release);
@@ -91,6 +103,8 @@ class KeyWriter {
     KeyboardPort& port_;
     FocusGrab& grab_;
     SpareKeys& spareKeys_;
+    ApplicationPing& ping_;
+    Watchdog& watchdog_;
     std::shared_ptr<const Keymap> keymap_;
     std::function<void()> onProgress_ = [] {};
 

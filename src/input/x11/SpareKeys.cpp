@@ -56,7 +56,7 @@ SpareKeys::Slot* SpareKeys::slotOf(char32_t character) {
     return found != slots_.end() ? &*found : nullptr;
 }
 
-bool SpareKeys::bind(const std::vector<char32_t>& characters, double now) {
+bool SpareKeys::bind(const std::vector<char32_t>& characters, double now, bool allIsRead) {
     std::vector<char32_t> missing;
     for (const char32_t character : characters)
         if (Slot* slot = slotOf(character))
@@ -68,7 +68,7 @@ bool SpareKeys::bind(const std::vector<char32_t>& characters, double now) {
 
     std::vector<Slot*> free;
     for (Slot& slot : slots_)
-        if (slot.character == 0 || now - slot.lastUse > ReuseAfter)
+        if (slot.character == 0 || (allIsRead && now - slot.lastUse > ReuseAfter))
             free.push_back(&slot);
     if (free.size() < missing.size())
         return false;

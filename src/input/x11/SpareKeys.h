@@ -21,9 +21,10 @@ class SpareKeys {
     void setKeymap(const Keymap& keymap);
 
     /// Binds those of the characters that are not bound yet, in one change of the map. False when
-    /// there is no room, without any change: a binding that was used a moment ago is not given
-    /// up, since its client may still be reading. `now` is in seconds on the run loop's clock.
-    bool bind(const std::vector<char32_t>& characters, double now);
+    /// there is no room, without any change: a binding that was used a moment ago is not given up,
+    /// since its client may still be reading, nor any before the clients have read all
+    /// (`allIsRead`). `now` is in seconds on the run loop's clock.
+    bool bind(const std::vector<char32_t>& characters, double now, bool allIsRead);
     /// The stroke for a bound character, in any group.
     std::optional<CharacterStroke> strokeForCharacter(char32_t character, double now);
     bool hasBindings() const;

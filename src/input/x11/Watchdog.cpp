@@ -1,7 +1,11 @@
 #include "input/x11/Watchdog.h"
 
 #include <chrono>
+#include <fstream>
+#include <string>
 #include <utility>
+
+#include <unistd.h>
 
 #include "Foundation/RunLoop.h"
 #include "input/x11/QuietThread.h"
@@ -13,6 +17,10 @@ namespace {
 constexpr double StallSeconds = 0.15;
 constexpr auto CheckInterval = std::chrono::milliseconds(50);
 constexpr int QuietChecksBeforeSleep = 20;
+/// Longest time that a thread without processor time is waited for.
+constexpr double LongestStarvation = 1;
+/// Processor time in seconds by which a thread that runs in circles is known.
+constexpr double BusyTime = 0.05;
 
 } // namespace
 
@@ -30,6 +38,8 @@ Watchdog::~Watchdog() {
 }
 
 void Watchdog::arm() {
+    static thread_local const pid_t thread = gettid();
+    watched_ = thread;
     busySince_ = steadySeconds();
     if (asleep_) {
         { const std::lock_guard lock(mutex_); }
@@ -43,9 +53,35 @@ bool Watchdog::disarm() {
     return std::exchange(fired_, false);
 }
 
-bool Watchdog::stallIsDue() const {
+bool Watchdog::stallIsDue() {
     const double since = busySince_;
-    return since != 0 && steadySeconds() - since >= StallSeconds;
+    if (since == 0)
+        return false;
+    if (since != seenSince_) {
+        seenSince_ = since;
+        processorTimeThen_ = processorTime();
+    }
+    const double time = steadySeconds() - since;
+    return time >= StallSeconds && (time >= LongestStarvation || !isStarved());
+}
+
+// It would run, and does not get to it.
+bool Watchdog::isStarved() const {
+    std::ifstream file("/proc/self/task/" + std::to_string(watched_) + "/stat");
+    std::string status;
+    std::getline(file, status);
+    // Behind the name, which may hold anything.
+    const std::size_t name = status.rfind(')');
+    return name != std::string::npos && status.compare(name, 3, ") R") == 0 &&
+           processorTime() - processorTimeThen_ < BusyTime;
+}
+
+// Seconds that the tap thread has been on a processor.
+double Watchdog::processorTime() const {
+    std::ifstream file("/proc/self/task/" + std::to_string(watched_) + "/schedstat");
+    double nanoseconds = 0;
+    file >> nanoseconds;
+    return nanoseconds * 1e-9;
 }
 
 void Watchdog::run() {

@@ -55,13 +55,13 @@ class X11EventTaps::Tap final : public EventTap {
 
 X11EventTaps::X11EventTaps(const XConnection& connection)
     : connection_(connection), port_(connection), grab_(connection), spareKeys_(connection),
-      writer_(connection, port_, grab_, spareKeys_), watchdog_([this] {
+      ping_(connection), watchdog_([this] {
           // In this order: the other way round a key could slip in between and be lost.
           grab_.drop();
           port_.replay();
           connection_.flush();
-      }) {
-    writer_.setProgressHandler([this] { watchdog_.arm(); });
+      }),
+      writer_(connection, port_, grab_, spareKeys_, ping_, watchdog_) {
     reloadKeymap();
     group_ = port_.currentState().group();
 }
@@ -187,6 +187,7 @@ void X11EventTaps::postEvent(Location /*location*/, const DesktopEvent& event) {
 }
 
 bool X11EventTaps::prepareToType(StringView text) {
+    const Watchdog::Pause pause(watchdog_);
     if (keymapIsStale_)
         reloadKeymap();
     if (keymap_ == nullptr)
@@ -201,7 +202,10 @@ bool X11EventTaps::prepareToType(StringView text) {
             continue;
         missing.push_back(point.value);
     }
-    return missing.empty() || spareKeys_.bind(missing, currentLoop()->now());
+    if (missing.empty() || spareKeys_.bind(missing, currentLoop()->now(), !ping_.hasUnanswered()))
+        return true;
+    // The keys that the application has still to read keep their characters.
+    return writer_.awaitRead() && spareKeys_.bind(missing, currentLoop()->now(), true);
 }
 
 bool X11EventTaps::keyState(std::uint16_t keyCode) const {
@@ -212,6 +216,10 @@ bool X11EventTaps::keyState(std::uint16_t keyCode) const {
 bool X11EventTaps::isSecureEventInputEnabled() const {
     const double since = missingSince_;
     return since != 0 && steadySeconds() - since > SecureInputAfter;
+}
+
+void X11EventTaps::setProgressHandler(std::function<void()> handler) {
+    writer_.setProgressHandler(std::move(handler));
 }
 
 std::shared_ptr<const Keymap> X11EventTaps::keymap() const {

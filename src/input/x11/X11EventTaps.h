@@ -4,7 +4,6 @@
 #include "input/Desktop.h"
 #include "input/x11/KeyWriter.h"
 #include "input/x11/RootHotKeys.h"
-#include "input/x11/Watchdog.h"
 
 namespace dresk {
 
@@ -23,6 +22,7 @@ class X11EventTaps final : public EventTaps {
     bool keyState(std::uint16_t keyCode) const override;
     std::optional<std::vector<EventTapInformation>> eventTapList() override { return std::nullopt; }
     bool isSecureEventInputEnabled() const override;
+    void setProgressHandler(std::function<void()> handler) override;
 
     /// The loop that reads the connection from now on; null when its thread ends.
     void setLoop(PollRunLoop* loop);
@@ -70,12 +70,16 @@ class X11EventTaps final : public EventTaps {
     bool wantsKeys();
     void updateGrab();
     void retryGrab();
+    void keepSpareKeysUntilRead();
+    void unbindSpareKeysLater();
 
     const XConnection& connection_;
     std::atomic<PollRunLoop*> loop_{nullptr};
     KeyboardPort port_;
     FocusGrab grab_;
     SpareKeys spareKeys_;
+    ApplicationPing ping_;
+    Watchdog watchdog_;
     KeyWriter writer_;
     KeyTranslator translator_;
     mutable std::mutex keymapMutex_;
@@ -105,7 +109,6 @@ class X11EventTaps final : public EventTaps {
 
     std::function<void()> inputSourceChanged_;
     std::function<void(xcb_window_t)> focusChanged_;
-    Watchdog watchdog_;
 };
 
 } // namespace dresk

@@ -71,6 +71,8 @@ void X11EventTaps::dispatch(const xcb_generic_event_t& event) {
         handlePress(*press);
     } else if (port_.isGrabbedRelease(event, code)) {
         handleRelease(code);
+    } else if (ping_.takeAnswer(event)) {
+        return;
     } else if (grab_.concernsFocus(event)) {
         if (grab_.refresh())
             handleFocus();
@@ -214,10 +216,13 @@ void X11EventTaps::handleFocus() {
     translator_.resetCompose();
     expectedCode_ = 0;
     missingSince_ = 0;
-    if (focusChanged_)
-        focusChanged_(grab_.window());
-    if (!grab_.isHeld())
-        retryGrab();
+    {
+        const Watchdog::Pause pause(watchdog_);
+        if (focusChanged_)
+            focusChanged_(grab_.window());
+        if (!grab_.isHeld())
+            retryGrab();
+    }
     deliver({EventType::ContextLost, 0, 0, {}, false});
 }
 
@@ -322,8 +327,22 @@ void X11EventTaps::write(const GrabbedPress* pending, bool swallow) {
     if (group_.exchange(state.lockedGroup) != state.lockedGroup && inputSourceChanged_)
         inputSourceChanged_();
     if (spareKeys_.hasBindings() && loop_ != nullptr)
-        currentLoop()->cancelAndCallAfter(UnbindSpareKeysAfter, {this, "unbindSpareKeys"},
-                                          [this] { spareKeys_.unbindAll(); });
+        keepSpareKeysUntilRead();
+}
+
+// An application that is behind still has to find the characters at their keys.
+void X11EventTaps::keepSpareKeysUntilRead() {
+    ping_.send(grab_.window());
+    unbindSpareKeysLater();
+}
+
+void X11EventTaps::unbindSpareKeysLater() {
+    currentLoop()->cancelAndCallAfter(UnbindSpareKeysAfter, {this, "unbindSpareKeys"}, [this] {
+        if (ping_.hasUnanswered())
+            unbindSpareKeysLater();
+        else
+            spareKeys_.unbindAll();
+    });
 }
 
 void X11EventTaps::writePosted() {

@@ -10,6 +10,12 @@
 
 namespace dresk {
 
+namespace {
+
+constexpr int MaxWindowDepth = 32;
+
+} // namespace
+
 std::unique_ptr<XConnection> XConnection::open(const char* displayName, std::string& error) {
     int screenNumber = 0;
     xcb_connection_t* connection = xcb_connect(displayName, &screenNumber);
@@ -30,6 +36,7 @@ std::unique_ptr<XConnection> XConnection::open(const char* displayName, std::str
     std::unique_ptr<XConnection> result(new XConnection(connection, screens.data));
     if (!result->initExtensions(error) || !result->findKeyboards(error))
         return nullptr;
+    result->windowState_ = result->atom("WM_STATE");
     return result;
 }
 
@@ -128,6 +135,23 @@ xcb_window_t XConnection::parent(xcb_window_t window) const {
     const XPointer<xcb_query_tree_reply_t> reply(
         xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
     return reply != nullptr ? reply->parent : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
+}
+
+xcb_window_t XConnection::topLevelWindow(xcb_window_t window) const {
+    for (int depth = 0; depth < MaxWindowDepth; ++depth) {
+        if (!property(window, windowState_, XCB_ATOM_ANY).empty())
+            return window;
+        const xcb_window_t outer = parent(window);
+        if (outer == XCB_WINDOW_NONE || outer == root())
+            return window;
+        window = outer;
+    }
+    return window;
+}
+
+void XConnection::selectRootEvents(std::uint32_t mask, bool on) const {
+    rootEvents_ = on ? rootEvents_ | mask : rootEvents_ & ~mask;
+    xcb_change_window_attributes(connection_, root(), XCB_CW_EVENT_MASK, &rootEvents_);
 }
 
 std::uint32_t XConnection::clientProcess(xcb_window_t window) const {

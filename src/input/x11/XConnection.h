@@ -51,6 +51,10 @@ class XConnection {
                                           xcb_atom_t type) const;
     /// Parent of a window; 0 for the root and for a window that has gone.
     xcb_window_t parent(xcb_window_t window) const;
+    /// The window around this one that the window manager manages, or the outermost one.
+    xcb_window_t topLevelWindow(xcb_window_t window) const;
+    /// Asks for events of the root window, or does no longer. One thread.
+    void selectRootEvents(std::uint32_t mask, bool on) const;
     /// Process of the client that made the window; 0 when the server does not tell.
     std::uint32_t clientProcess(xcb_window_t window) const;
 
@@ -62,6 +66,8 @@ class XConnection {
 
     xcb_connection_t* connection_;
     xcb_screen_t* screen_;
+    xcb_atom_t windowState_ = XCB_ATOM_NONE;
+    mutable std::uint32_t rootEvents_ = 0;
     bool hasResourceExtension_ = false;
     std::uint8_t inputOpcode_ = 0;
     std::uint8_t xkbFirstEvent_ = 0;
