@@ -35,14 +35,35 @@ function describe() {
         before = format;
         text += part;
     };
+    // A line end counts once something stands on the line behind it: the one at the end of a block
+    // only keeps its line open.
+    let isEnded = false, isOpen = false;
+    const openLine = () => {
+        if (isEnded) add('', '\n');
+        isEnded = false;
+        isOpen = true;
+    };
+    const endLine = () => {
+        isEnded = isEnded || isOpen;
+        isOpen = false;
+    };
+    const put = (format, part) => {
+        if (!part) return;
+        openLine();
+        add(format, part);
+    };
     const walk = node => {
-        if (node.nodeType === Node.TEXT_NODE) add(formatOf(node), node.data);
+        if (node.nodeType === Node.TEXT_NODE) put(formatOf(node), node.data);
         else if (node.tagName === 'IMG')
-            add('', '[picture ' + node.naturalWidth + 'x' + node.naturalHeight + ']');
-        else if (node.tagName === 'BR') add('', '\n');
-        else {
-            if (node !== field && node.tagName === 'DIV' && text) add('', '\n');
+            put('', '[picture ' + node.naturalWidth + 'x' + node.naturalHeight + ']');
+        else if (node.tagName === 'BR') {
+            openLine();
+            endLine();
+        } else {
+            const isBlock = getComputedStyle(node).display === 'block';
+            if (isBlock) endLine();
             node.childNodes.forEach(walk);
+            if (isBlock) endLine();
         }
     };
     walk(field);
