@@ -47,7 +47,9 @@ std::string PasteField::reasonToSkip(Kind kind) {
         return {};
     if (std::getenv("DRESK_TEST_APPLICATIONS") == nullptr) // NOLINT(concurrency-mt-unsafe)
         return "runs with DRESK_TEST_APPLICATIONS=1";
-    return isInstalled(program) ? std::string() : program + " is not installed";
+    if (!isInstalled(program))
+        return program + " is not installed";
+    return kind == Kind::Writer ? reasonToSkipWriter() : std::string();
 }
 
 std::unique_ptr<PasteField> PasteField::start(Kind kind, std::string& error) {

@@ -47,5 +47,7 @@ void pressWithControl(KeyInjector& keys, std::uint8_t key);
 /// The ones that are not ours. Null with a reason.
 std::unique_ptr<PasteField> startBrowser(bool isRich, std::string& error);
 std::unique_ptr<PasteField> startWriter(std::string& error);
+/// Empty when the document of an installed Writer can be read.
+std::string reasonToSkipWriter();
 
 } // namespace dresk

@@ -128,6 +128,11 @@ class WriterField final : public PasteField {
 
 } // namespace
 
+std::string reasonToSkipWriter() {
+    return ChildProcess::run({DRESK_OFFICE_TEXT, "--check"}) == 0 ? ""
+                                                                  : "python3-uno is not installed";
+}
+
 std::unique_ptr<PasteField> startWriter(std::string& error) {
     char folder[] = "/tmp/dresk-writer-XXXXXX";
     if (mkdtemp(folder) == nullptr) {

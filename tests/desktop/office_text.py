@@ -1,17 +1,21 @@
 #!/usr/bin/python3
-"""office_text.py PIPE
+"""office_text.py PIPE | --check
 
 Follows the text of the one document of an office program that was started with
 --accept=pipe,name=PIPE;urp;. Prints "ready" once the document is there and in front, then "content LINE"
 after each change: formatting between brackets, paragraphs separated by line ends, and backslash, tab and
-line end as two characters. SIGUSR1 empties the document, which is answered by "cleared".
+line end as two characters. SIGUSR1 empties the document, which is answered by "cleared". With --check
+nothing happens; the exit status tells whether this can work here.
 """
 
 import signal
 import sys
 import time
 
-import uno
+try:
+    import uno
+except ImportError:
+    sys.exit("office_text.py: python3-uno is not installed")
 
 SECONDS_TO_START = 60
 SECONDS_BETWEEN_LOOKS = 0.02
@@ -95,6 +99,8 @@ def clear(document):
 
 
 def main():
+    if sys.argv[1] == "--check":
+        return
     is_clearing = []
     signal.signal(signal.SIGUSR1, lambda *_: is_clearing.append(True))
     document = connect(sys.argv[1])
