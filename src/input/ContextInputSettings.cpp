@@ -138,14 +138,20 @@ std::vector<Row> linuxRows() {
           u"org.gnome.Geary", u"org.kde.kmail2"},
          {.useClipboardIfHasNewLine = true, .includeHTMLData = true}},
         {{u"opera", u"Opera"}, {.includeHTMLData = true}},
-        // Their correction of words and lists works on typed text, and a typed line end leaves the
-        // cell of a table. Behind RTF with a picture Writer adds empty paragraphs.
+        // Typed text gets before the Backspaces that lag, while a paste is a command like them and
+        // keeps its place. Behind RTF with a picture Writer adds empty paragraphs.
         {{u"libreoffice-startcenter", u"libreoffice-writer", u"libreoffice-calc",
           u"libreoffice-impress", u"libreoffice-draw", u"libreoffice-base", u"libreoffice-math",
           u"org.libreoffice.LibreOffice", u"org.libreoffice.LibreOffice.writer",
           u"org.libreoffice.LibreOffice.calc", u"org.libreoffice.LibreOffice.impress",
-          u"org.libreoffice.LibreOffice.draw", u"onlyoffice-desktopeditors",
-          u"ONLYOFFICE Desktop Editors", u"abiword", u"gnumeric"},
+          u"org.libreoffice.LibreOffice.draw"},
+         {.useClipboard = true,
+          .includeHTMLData = true,
+          .commandsLag = true,
+          .htmlForPictures = true}},
+        // Their correction of words and lists works on typed text, and a typed line end leaves the
+        // cell of a table.
+        {{u"onlyoffice-desktopeditors", u"ONLYOFFICE Desktop Editors", u"abiword", u"gnumeric"},
          {.useClipboardIfHasNewLine = true, .includeHTMLData = true, .htmlForPictures = true}},
         // They indent the line behind a typed line end by themselves.
         {{u"sublime_text",

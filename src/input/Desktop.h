@@ -71,6 +71,9 @@ struct DesktopEvent {
     /// Posted: seconds for which keys behind it wait still once `awaited` is true: some
     /// applications take what they paste more than once.
     double pauseBehindAwaited = 0;
+    /// Posted: the application carries out commands, such as Backspace and that to paste, a while
+    /// after it has read the key, and types characters at once. Those behind wait for the command.
+    bool commandsLag = false;
 };
 
 /// Names the tap through which an event came. Output posted with it enters the stream at the place

@@ -161,7 +161,7 @@ class MacInputService final : public SystemInputService {
     bool pasted() const { return pasted_; }
     /// Posts through the tap of the last key, or at the session where there is none or the target
     /// asks for it.
-    void sendEvent(const DesktopEvent& event);
+    void sendEvent(DesktopEvent event);
 
     // The route of a paste into a virtual machine. Once begun it goes to its end.
 

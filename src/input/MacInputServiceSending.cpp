@@ -318,8 +318,10 @@ void MacInputService::sendShiftTab() {
     endSending();
 }
 
-void MacInputService::sendEvent(const DesktopEvent& event) {
-    if (currentProxy_ != nullptr && !contextInputSetting()->postToSessionEventTap)
+void MacInputService::sendEvent(DesktopEvent event) {
+    const auto setting = contextInputSetting();
+    event.commandsLag = setting->commandsLag;
+    if (currentProxy_ != nullptr && !setting->postToSessionEventTap)
         desktop_.eventTaps().postEvent(currentProxy_, event);
     else
         desktop_.eventTaps().postEvent(EventTaps::Location::Session, event);

@@ -51,6 +51,9 @@ struct ContextInputSetting {
     bool useControlKey = false;
     bool includeHTMLData = false;
     bool excludeParagraphTag = false;
+    /// Carries out keys that are commands, such as Backspace, the arrows and that to paste, some
+    /// time after it has read them, and keys that type text at once.
+    bool commandsLag = false;
     /// Rich text with pictures is offered as HTML and not as RTF.
     bool htmlForPictures = false;
 

@@ -94,9 +94,9 @@ class WriterField final : public PasteField {
     }
 
     bool clear(KeyInjector& keys) override {
-        constexpr std::uint8_t KeyHome = 110;
-        // What was typed before is forgotten at such a key.
-        pressWithControl(keys, KeyHome);
+        // What was typed before is forgotten at such a key. Writer may come to it only behind the
+        // keys that are typed next, where it does nothing.
+        keys.tap(KeyInjector::Right);
         text_->signal(SIGUSR1);
         const Deadline deadline(SecondsToAnswer);
         while (const auto line = text_->readLine(std::max(deadline.remaining(), 0.0))) {

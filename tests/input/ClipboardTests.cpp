@@ -199,7 +199,8 @@ std::string text(const ContextInputSetting& s) {
                                                   {s.postToSessionEventTap, "session"},
                                                   {s.useControlKey, "ctl"},
                                                   {s.includeHTMLData, "html"},
-                                                  {s.excludeParagraphTag, "nop"}};
+                                                  {s.excludeParagraphTag, "nop"},
+                                                  {s.commandsLag, "lag"}};
     for (const auto& [set, name] : flags)
         if (set)
             result += (result.empty() ? "" : " ") + std::string(name);
@@ -230,8 +231,9 @@ TEST(ContextInputSettings, KnowsEachApplication) {
         {u"com.evernote.Evernote", "line html nop"},
         {u"com.google.Chrome google-chrome chromium", "line html 0.05"},
         {u"org.mozilla.firefox com.postbox-inc.postbox org.mozilla.thunderbird firefox-esr "
-         u"libreoffice-writer",
+         u"gnumeric",
          "line html"},
+        {u"libreoffice-writer libreoffice-calc", "use html lag"},
         {u"com.operasoftware.Opera", "html"},
         {u"com.apple.Safari", "long"},
         {u"com.apple.javajdk16.cmd wine wine.bin org.macosforge.xquartz.X11", "use ctl"},

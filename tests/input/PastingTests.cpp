@@ -118,6 +118,7 @@ TEST_F(Pasting, EveryRecordHasItsKeysAndItsTimes) {
         {u"org.gnome.Terminal", true, "0.00 down Shift-Control-9, up 9"},
         {u"debian-xterm", true, "0.00 down Shift-Insert, up Insert"},
         {u"de.ragtime.ragtime", false, "0.00 \"text\""},
+        {u"libreoffice-writer", false, "0.00 down Command-9, up 9"},
     };
     for (const Row& row : rows) {
         const double start = time.elapsed();
@@ -134,6 +135,8 @@ TEST_F(Pasting, EveryRecordHasItsKeysAndItsTimes) {
         std::string line = moment;
         if (line.back() == '0')
             line.pop_back();
+        for (const RecordedEvent& recorded : desktop.eventTaps().postedEvents())
+            EXPECT_EQ(recorded.event.commandsLag, row.identifier == u"libreoffice-writer");
         std::string got = posted();
         std::erase(got, '(');
         std::erase(got, ')');
