@@ -229,7 +229,8 @@ TEST(ContextInputSettings, KnowsEachApplication) {
          "line"},
         {u"com.apple.iBooksAuthor", "delay"},
         {u"com.evernote.Evernote", "line html nop"},
-        {u"com.google.Chrome google-chrome chromium", "line html 0.05"},
+        {u"com.google.Chrome", "line html 0.05"},
+        {u"google-chrome chromium", "line html 0.10"},
         {u"org.mozilla.firefox com.postbox-inc.postbox org.mozilla.thunderbird firefox-esr "
          u"gnumeric",
          "line html"},
