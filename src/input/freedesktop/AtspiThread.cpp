@@ -54,6 +54,8 @@ struct AtspiQueue::Task {
     double deadline;
     AXValue answer = {};
     bool isDone = false;
+    /// The focus was seen to move in the process meanwhile, so that it is worth asking again.
+    bool isFocusTold = false;
 };
 
 bool AtspiQueue::mayAsk(std::uint32_t process, double now) {
@@ -83,6 +85,8 @@ void AtspiQueue::noteSilent(std::uint32_t process) {
 void AtspiQueue::noteFocus(std::uint32_t process) {
     const std::lock_guard lock(mutex_);
     silentUntil_.erase(process);
+    if (running_ != nullptr && running_->process == process)
+        running_->isFocusTold = true;
 }
 
 AXValue AtspiQueue::ask(std::uint32_t process, Question question) {
@@ -113,6 +117,10 @@ void AtspiQueue::run(const std::shared_ptr<Task>& task) {
     lock.unlock();
     AXValue answer = task->question(state, task->deadline);
     lock.lock();
+    // On a busy machine whoever asked may wake up so late that it takes this for an answer in time.
+    const bool isMissing = std::holds_alternative<std::monostate>(answer) && !task->isFocusTold;
+    if (const double now = steadySeconds(); isMissing && now >= task->deadline)
+        noteTimeout(task->process, now);
     task->answer = std::move(answer);
     task->isDone = true;
     running_ = nullptr;
