@@ -43,7 +43,8 @@ class Form : public DesktopTest {
         host_ = startProgram({DRESK_FORM_HOST, DRESK_FORM_MODULE, resources, pipe});
         ASSERT_NE(host_, nullptr);
         commands_.close();
-        commands_.open(pipe);
+        // Read here as well, so that a host that has ended fails the test and does not end it.
+        commands_.open(pipe, std::ios::in | std::ios::out);
     }
     void say(const std::string& line) { commands_ << line << std::endl; }
     std::string heard(double seconds = 5) { return host_->readLine(seconds).value_or("(nothing)"); }
