@@ -58,9 +58,9 @@ class Expansion final : public PasteboardOwner {
             return std::nullopt;
         return attachment->contents;
     }
-    void dataTaken(StringView /*type*/) override { providedData = true; }
+    void dataTaken(StringView /*type*/) override { providedData = steadySeconds(); }
 
-    std::atomic<bool> providedData{false};
+    std::atomic<double> providedData{0};
 
   private:
     std::string html(const AttributedString& text) const {
@@ -86,7 +86,7 @@ ClipboardDataProvider::~ClipboardDataProvider() {
 
 void ClipboardDataProvider::setString(StringView text) {
     auto expansion = std::make_shared<Expansion>(text);
-    std::shared_ptr<const std::atomic<bool>> provided(expansion, &expansion->providedData);
+    std::shared_ptr<const std::atomic<double>> provided(expansion, &expansion->providedData);
     declare({String(PasteboardType::String)}, std::move(expansion), std::move(provided));
 }
 
@@ -102,13 +102,13 @@ void ClipboardDataProvider::setAttributedString(const AttributedString& text) {
             types.emplace_back(PasteboardType::HTML);
     }
     auto expansion = std::make_shared<Expansion>(text, excludeParagraphTag_);
-    std::shared_ptr<const std::atomic<bool>> provided(expansion, &expansion->providedData);
+    std::shared_ptr<const std::atomic<double>> provided(expansion, &expansion->providedData);
     declare(types, std::move(expansion), std::move(provided));
 }
 
 void ClipboardDataProvider::declare(const std::vector<String>& types,
                                     std::shared_ptr<PasteboardOwner> owner,
-                                    std::shared_ptr<const std::atomic<bool>> provided) {
+                                    std::shared_ptr<const std::atomic<double>> provided) {
     providedData_ = std::move(provided);
     changeCount_ = pasteboard_.declareTypes(types, std::move(owner),
                                             {.concealed = true, .primaryToo = primaryToo_});
@@ -142,7 +142,7 @@ void ClipboardDataProvider::restore() {
         isRestoreOwed_ = false;
         return;
     }
-    if (!*providedData_ || !backupData_->isComplete()) {
+    if (*providedData_ == 0 || !backupData_->isComplete()) {
         restoreLater(std::max<double>(restoreDelay_, LeastPause));
         return;
     }

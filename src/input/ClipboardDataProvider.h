@@ -40,9 +40,9 @@ class ClipboardDataProvider {
     /// Puts an expansion on the pasteboard, concealed from clipboard managers.
     void setString(StringView text);
     void setAttributedString(const AttributedString& text);
-    /// Becomes true when the application in front has taken the expansion that was put there last;
-    /// null when none was.
-    std::shared_ptr<const std::atomic<bool>> providedData() const { return providedData_; }
+    /// When the application in front last took the expansion that was put there last, on the clock
+    /// of steadySeconds; 0 as long as it has not. Null when none was put there.
+    std::shared_ptr<const std::atomic<double>> providedData() const { return providedData_; }
 
     /// Saves what is on the pasteboard, unless that is the provider's own or saved already.
     void backup();
@@ -58,7 +58,7 @@ class ClipboardDataProvider {
 
   private:
     void declare(const std::vector<String>& types, std::shared_ptr<PasteboardOwner> owner,
-                 std::shared_ptr<const std::atomic<bool>> provided);
+                 std::shared_ptr<const std::atomic<double>> provided);
     void declareBackup();
     void restoreLater(double seconds);
 
@@ -74,7 +74,7 @@ class ClipboardDataProvider {
     /// Null when nothing was saved.
     std::shared_ptr<const PasteboardContents> backupData_;
     /// Of the expansion on offer; null when there is none.
-    std::shared_ptr<const std::atomic<bool>> providedData_;
+    std::shared_ptr<const std::atomic<double>> providedData_;
     bool isRestoreOwed_ = false;
 };
 

@@ -64,12 +64,12 @@ struct DesktopEvent {
     /// Captured: the key belongs to a sequence that is not finished, begun by a dead key or by
     /// Compose. It types nothing yet, whatever it would type by itself.
     bool isComposing = false;
-    /// Posted: null, or what becomes true when the application has done what this key asks for,
-    /// such as taken what it pastes. Keys behind it, the user's too, wait for that, but not for
-    /// long.
-    std::shared_ptr<const std::atomic<bool>> awaited = {};
-    /// Posted: seconds for which keys behind it wait still once `awaited` is true: some
-    /// applications take what they paste more than once.
+    /// Posted: null, or when the application last did what this key asks for, such as taken what it
+    /// pastes, on the clock of steadySeconds; 0 as long as it has not. Keys behind it, the user's
+    /// too, wait for that, but not for long.
+    std::shared_ptr<const std::atomic<double>> awaited = {};
+    /// Posted: seconds behind that, the last time counting, for which keys behind it wait still:
+    /// some applications take what they paste more than once.
     double pauseBehindAwaited = 0;
     /// Posted: the application carries out commands, such as Backspace and that to paste, a while
     /// after it has read the key, and types characters at once. Those behind wait for the command.

@@ -160,7 +160,7 @@ TEST_P(DesktopContract, MoreForeignCharactersThanFreeKeysAreRefusedAsAWhole) {
 TEST_P(DesktopContract, KeysWaitForWhatIsAwaitedButNotForEver) {
     using Clock = std::chrono::steady_clock;
     ASSERT_TRUE(startTap(passAll()));
-    const auto never = std::make_shared<std::atomic<bool>>(false);
+    const auto never = std::make_shared<std::atomic<double>>(0);
     const auto begin = Clock::now();
     onTapThread([&] {
         taps().postEvent(nullptr, {EventType::KeyDown, KeyA, 0, {}});

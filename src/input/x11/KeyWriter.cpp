@@ -17,7 +17,8 @@ constexpr double LongestPress = 1;
 constexpr double LongestAwait = 5;
 constexpr double LongestAwaitUnanswered = 0.5;
 constexpr double AwaitBehindAnswer = 0.25;
-constexpr double LongestPause = 0.1;
+constexpr double LongestPause = 0.5;
+constexpr double PauseForCommand = 0.001;
 constexpr int HoldStepMilliseconds = 1;
 
 } // namespace
@@ -68,6 +69,7 @@ void KeyWriter::endGrabOf(xcb_keycode_t grabKey) {
 }
 
 void KeyWriter::end() {
+    awaitCommands();
     setState(0, userCapsLock_, userGroup_);
     restoreHeldModifiers();
     while (takeOutUserKeys()) {
@@ -100,6 +102,7 @@ void KeyWriter::write(const DesktopEvent& event, double now) {
     if (event.type != EventType::KeyDown && event.type != EventType::KeyUp)
         return;
     const bool down = event.type == EventType::KeyDown;
+    commandsLag_ = event.commandsLag;
     if (!event.unicodeString.empty()) {
         if (down)
             writeText(event.unicodeString, now);
@@ -108,8 +111,12 @@ void KeyWriter::write(const DesktopEvent& event, double now) {
     pendingSurrogate_ = 0;
     writeKey(event, down);
     if (event.awaited != nullptr && await(*event.awaited)) {
-        const double end = steadySeconds() + std::min(event.pauseBehindAwaited, LongestPause);
-        holdUntil([&] { return steadySeconds() >= end; });
+        lateCommands_ = 0;
+        const double end = steadySeconds() + LongestPause;
+        holdUntil([&] {
+            const double time = steadySeconds();
+            return time >= *event.awaited + event.pauseBehindAwaited || focusMoved_ || time >= end;
+        });
     }
 }
 
@@ -134,23 +141,26 @@ void KeyWriter::writeKey(const DesktopEvent& event, bool down) {
     }
     setState(modifiersForFlags(event.flags) | postedModifiers_, false, group_);
     press(code, false);
+    // Behind the service's Backspaces goes a paste, which keeps its place.
+    if (event.keyCode != KeyCode::Delete)
+        ++lateCommands_;
 }
 
 // An application that answers has read the keys so far; one that answers again has handled them.
 // What it has not done soon behind that, it will not do because of them.
-bool KeyWriter::await(const std::atomic<bool>& done) {
+bool KeyWriter::await(const std::atomic<double>& last) {
     int answers = 2;
     std::uint32_t ping = ping_.send(grab_.window());
     double end = steadySeconds() + (ping != 0 ? LongestAwait : LongestAwaitUnanswered);
     holdUntil([&] {
         if (ping != 0 && ping_.isAnswered(ping)) {
             ping = --answers > 0 ? ping_.send(grab_.window()) : 0;
-            if (ping == 0)
+            if (ping == 0 && !commandsLag_)
                 end = std::min(end, steadySeconds() + AwaitBehindAnswer);
         }
-        return done || focusMoved_ || steadySeconds() >= end;
+        return last != 0 || focusMoved_ || steadySeconds() >= end;
     });
-    return done;
+    return last != 0;
 }
 
 bool KeyWriter::awaitRead() {
@@ -174,6 +184,25 @@ bool KeyWriter::awaitRead() {
 void KeyWriter::awaitEvents() const {
     pollfd descriptor{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
     (void)poll(&descriptor, 1, HoldStepMilliseconds);
+}
+
+// An application whose commands lag has them in a queue that it comes to when it has read all there
+// is: between two answers, a moment apart, it carries out one command at least.
+void KeyWriter::awaitCommands() {
+    const unsigned answers = commandsLag_ && lateCommands_ != 0 ? lateCommands_ + 1 : 0;
+    lateCommands_ = 0;
+    for (unsigned i = 0; i < answers && !focusMoved_; ++i) {
+        const std::uint32_t ping = ping_.send(grab_.window());
+        if (ping == 0)
+            return;
+        const double sent = steadySeconds();
+        holdUntil([&] {
+            return ping_.isAnswered(ping) || focusMoved_ ||
+                   steadySeconds() >= sent + LongestAwaitUnanswered;
+        });
+        const double answered = steadySeconds();
+        holdUntil([&] { return steadySeconds() >= answered + PauseForCommand; });
+    }
 }
 
 // The user's keys are taken out meanwhile, as ever.
@@ -212,6 +241,7 @@ void KeyWriter::writeCharacter(char32_t character, double now) {
     if (character == U'\n' || character == U'\r' || character == U'\t') {
         setState(0, false, group_);
         press(keymap_->codeForKeyCode(character == U'\t' ? KeyCode::Tab : KeyCode::Return), true);
+        ++lateCommands_;
         return;
     }
     std::optional<CharacterStroke> stroke = keymap_->strokeForCharacter(character, group_);
@@ -221,6 +251,7 @@ void KeyWriter::writeCharacter(char32_t character, double now) {
             return;
         stroke->group = group_;
     }
+    awaitCommands();
     setState(stroke->modifiers, false, stroke->group);
     press(stroke->code, true);
 }
@@ -228,6 +259,8 @@ void KeyWriter::writeCharacter(char32_t character, double now) {
 void KeyWriter::writeStroke(xcb_keycode_t code, const KeyboardState& state) {
     carriageReturn_ = false;
     pendingSurrogate_ = 0;
+    awaitCommands();
+    ++lateCommands_; // it may be one
     setState(static_cast<std::uint8_t>(state.baseModifiers | state.latchedModifiers),
              (state.lockedModifiers & XCB_MOD_MASK_LOCK) != 0, state.group());
     press(code, true);

@@ -46,7 +46,7 @@ class KeyWriter {
 
     /// Writes one posted event. `now` is in seconds on the run loop's clock. Waits for what the
     /// event awaits: for five seconds at most while the application is behind with its events, a
-    /// quarter of one when it has read them; and 0.1 at most behind that.
+    /// quarter of one when it has read them; and half a second at most behind that.
     void write(const DesktopEvent& event, double now);
     /// Writes a key of the user's as it was typed, press and release.
     void writeStroke(xcb_keycode_t code, const KeyboardState& state);
@@ -79,7 +79,8 @@ class KeyWriter {
     };
 
     void writeKey(const DesktopEvent& event, bool down);
-    bool await(const std::atomic<bool>& done);
+    bool await(const std::atomic<double>& last);
+    void awaitCommands();
     void awaitEvents() const;
     void holdUntil(const std::function<bool()>& done);
     void writeText(StringView text, double now);
@@ -126,6 +127,9 @@ class KeyWriter {
     /// Modifiers pressed again at the end for a user who still holds them.
     KeySet restored_;
     std::deque<StashedKey> stash_;
+    /// Of the application that was written to last, and how many commands it may still owe.
+    bool commandsLag_ = false;
+    unsigned lateCommands_ = 0;
     char16_t pendingSurrogate_ = 0;
     bool carriageReturn_ = false;
 };
