@@ -17,6 +17,9 @@ namespace {
 
 constexpr double SecondsToStart = 20;
 constexpr double SecondsToAnswer = 10;
+// Each change between the user's keyboard and that of XTest makes the window manager read the
+// keyboard map again, so behind a test that types much it has a lot to catch up with.
+constexpr double SecondsToFocus = 60;
 
 constexpr std::string_view SocketName = "/socket";
 
@@ -164,7 +167,7 @@ void TextTarget::clear() {
 
 bool TextTarget::focus() {
     constexpr double SecondsToAskAgain = 0.5;
-    const Deadline deadline(SecondsToAnswer);
+    const Deadline deadline(SecondsToFocus);
     // The answer comes behind what was announced before.
     text();
     // A request is lost when the window manager passes it on with a time older than the last change

@@ -177,9 +177,9 @@ TEST_P(DesktopContract, KeysOfTheUserAreKeptWhileTheSameKeyIsWritten) {
     String own;
     for (int line = 0; line < 40; ++line)
         own += String(20, u'a') + u'\n';
-    constexpr int Taps = 100;
+    constexpr int Taps = 40;
     String all;
-    for (int round = 0; round < 5 && !HasFailure(); ++round) {
+    for (int round = 0; round < 3 && !HasFailure(); ++round) {
         onTapThread([&] { type(taps(), nullptr, own); });
         for (int i = 0; i < Taps; ++i) {
             driver().pressKey(KeyA);
