@@ -137,7 +137,7 @@ class EventTaps {
     virtual bool isSecureEventInputEnabled() const = 0;
     /// Called on the tap thread again and again while one event takes long but gets on. Before the
     /// thread starts.
-    virtual void setProgressHandler(std::function<void()> /*handler*/) {}
+    virtual void setProgressHandler(const std::function<void()>& /*handler*/) {}
     /// Taps of all programs, in the order in which events pass them; null when the desktop does not
     /// tell. Any thread.
     virtual std::optional<std::vector<EventTapInformation>> eventTapList() = 0;

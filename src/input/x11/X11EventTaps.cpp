@@ -218,8 +218,8 @@ bool X11EventTaps::isSecureEventInputEnabled() const {
     return since != 0 && steadySeconds() - since > SecureInputAfter;
 }
 
-void X11EventTaps::setProgressHandler(std::function<void()> handler) {
-    writer_.setProgressHandler(std::move(handler));
+void X11EventTaps::setProgressHandler(const std::function<void()>& handler) {
+    writer_.setProgressHandler(handler);
 }
 
 std::shared_ptr<const Keymap> X11EventTaps::keymap() const {

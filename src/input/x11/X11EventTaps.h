@@ -22,7 +22,7 @@ class X11EventTaps final : public EventTaps {
     bool keyState(std::uint16_t keyCode) const override;
     std::optional<std::vector<EventTapInformation>> eventTapList() override { return std::nullopt; }
     bool isSecureEventInputEnabled() const override;
-    void setProgressHandler(std::function<void()> handler) override;
+    void setProgressHandler(const std::function<void()>& handler) override;
 
     /// The loop that reads the connection from now on; null when its thread ends.
     void setLoop(PollRunLoop* loop);
